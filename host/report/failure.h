@@ -23,9 +23,9 @@ enum class ExitCode : int {
 
 struct Failure {
     ExitCode code = ExitCode::kFailed;
-    std::string operation;                // "claim", "freeze", "attach the snapshot"
-    std::string subject;                  // mount point, device or file that it was about
-    std::string cause;                    // one sentence, with the system's error text where there is one
+    std::string operation;                  // "claim", "freeze", "attach the snapshot"
+    std::string subject;                    // mount point, device or file that it was about
+    std::string cause;                      // one sentence, with the system's error text where there is one
     std::vector<std::string> messages{};    // what the framework's error manager said
     std::vector<std::string> traceLines{};  // level-1 lines of the failing call
     std::vector<Failure> undoing{};         // what failed while putting things back
