@@ -1,0 +1,17 @@
+# The objects define exactly the names on the list, and need nothing that is not the C library's.
+# cmake -DNM=nm -DLIST=z_strings.exports -DOBJECTS=a.o;b.o -P check_exports.cmake
+file(STRINGS ${LIST} listed)
+execute_process(COMMAND ${NM} --extern-only --defined-only --format=posix ${OBJECTS} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "(^|\n)[A-Za-z_][A-Za-z0-9_]* [TDBRWVu] " lines "${symbols}")
+set(defined)
+foreach(line ${lines})
+  string(REGEX REPLACE "^\n?([^ ]+) .*" "\\1" name "${line}")
+  if(NOT name MATCHES "^__(asan|odr_asan|ubsan|sanitizer|llvm|profc|profd)")
+    list(APPEND defined ${name})
+  endif()
+endforeach()
+list(SORT defined)
+list(SORT listed)
+if(NOT defined STREQUAL listed)
+  message(FATAL_ERROR "the objects define\n  ${defined}\nthe list says\n  ${listed}")
+endif()
