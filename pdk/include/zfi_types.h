@@ -91,7 +91,7 @@ typedef struct zfi_splitnode {
     const char *splitType;  /* F: how the snapshot is split off; may be null */
     int32_t freezeBudgetMs; /* F: milliseconds that make may take while the file system is frozen; 0 means 10,000 */
     uint32_t flags;         /* F: zero */
-    void *reserved;         /* F: null */
+    const char *sessionId;  /* F: the session that splits it; lets dispose find what was reserved but never completed */
 } zfi_splitnode;
 
 /* Singly linked list of nodes with their sub-object nodes; null next ends it. */
@@ -236,7 +236,7 @@ ZFI_PIN(sizeof(zfi_quiescenode) == 24 && offsetof(zfi_quiescenode, method) == 0,
 ZFI_PIN(offsetof(zfi_quiescenode, domain) == 8 && offsetof(zfi_quiescenode, reserved) == 16, "zfi_quiescenode");
 ZFI_PIN(sizeof(zfi_splitnode) == 32 && offsetof(zfi_splitnode, domain) == 0, "zfi_splitnode");
 ZFI_PIN(offsetof(zfi_splitnode, splitType) == 8 && offsetof(zfi_splitnode, freezeBudgetMs) == 16, "zfi_splitnode");
-ZFI_PIN(offsetof(zfi_splitnode, flags) == 20 && offsetof(zfi_splitnode, reserved) == 24, "zfi_splitnode");
+ZFI_PIN(offsetof(zfi_splitnode, flags) == 20 && offsetof(zfi_splitnode, sessionId) == 24, "zfi_splitnode");
 ZFI_PIN(sizeof(zfi_node_subobj_list) == 32 && offsetof(zfi_node_subobj_list, node) == 0, "zfi_node_subobj_list");
 ZFI_PIN(offsetof(zfi_node_subobj_list, subobjs) == 8 && offsetof(zfi_node_subobj_list, reserved) == 16 &&
             offsetof(zfi_node_subobj_list, next) == 24,

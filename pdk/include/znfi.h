@@ -55,6 +55,8 @@ typedef void znfi_trace_sink_fn(void *context, int level, const char *plugin, co
 
 /* Sends lines to the sink instead of the file; a null sink goes back to the file. Not while other threads trace. */
 ZNFI_API void znfi_trace_sink(znfi_trace_sink_fn *sink, void *context);
+/* Hands every written line to the tap as well, unchanged, besides its destination; null takes it away. Same rules. */
+ZNFI_API void znfi_trace_tap(znfi_trace_sink_fn *tap, void *context);
 ZNFI_API void znfi_trace_set_level(int level);
 ZNFI_API int znfi_trace_level(void);
 /* Appends to this file from now on (created 0600, never through a symbolic link); null: standard error.
