@@ -97,12 +97,11 @@ CopyForecast BackingCopy::rehearse() {
         forecast.expected = measureCopy(extents);
     }
     setLength(copy_.get(), 0, path_);
-    method_ = forecast.method;
     return forecast;
 }
 
-void BackingCopy::take(Clock::time_point deadline) {
-    if (method_ == CopyMethod::kCopy) {
+void BackingCopy::take(CopyMethod method, Clock::time_point deadline) {
+    if (method == CopyMethod::kCopy) {
         copyData(deadline);
     } else if (!tryClone()) {
         throwErrno("clone the backing file " + originPath_);
@@ -187,19 +186,16 @@ void BackingCopy::inheritAccess() {
 }
 
 bool deleteCopy(const std::string& path, const FileIdentity& identity) {
-    const SplitPath split = splitPath(path);
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR)) {
         return false;
     }
+    const SplitPath split = splitPath(path);
     const Descriptor directory = openDirectory(split.directory);
     if (!isAt(directory.get(), split.name, identity)) {
-        return false;
+        throw std::runtime_error("what lies at " + path + " is not the snapshot file that was made there: it stays");
     }
     if (::unlinkat(directory.get(), split.name.c_str(), 0) != 0) {
-        if (errno == ENOENT) {
-            return false;
-        }
         throwErrno("delete the snapshot file " + path);
     }
     return true;

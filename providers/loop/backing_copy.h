@@ -42,9 +42,9 @@ class BackingCopy {
     // afterwards.
     CopyForecast rehearse();
 
-    // Fills the reserved file in the forecast's way, then gives it the backing file's owner, mode and access list. A
-    // copy that is not complete at the deadline fails with ETIMEDOUT; a clone cannot be interrupted.
-    void take(Clock::time_point deadline);
+    // Fills the reserved file in the way that the rehearsal found, then gives it the backing file's owner, mode and
+    // access list. A copy that is not complete at the deadline fails with ETIMEDOUT; a clone cannot be interrupted.
+    void take(CopyMethod method, Clock::time_point deadline);
 
     const std::string& path() const { return path_; }
     const FileIdentity& identity() const { return identity_; }
@@ -67,12 +67,11 @@ class BackingCopy {
     std::string originPath_;
     std::string path_;
     FileIdentity identity_;
-    CopyMethod method_ = CopyMethod::kCopy;
     bool isKept_ = false;
 };
 
-// Deletes the file at `path` if, and only if, it is `identity`. False: nothing lies there any more, or another file.
-// Throws std::system_error when it cannot be deleted.
+// Deletes the file at `path`, which is `identity`. False: nothing lies there any more. Throws std::runtime_error when
+// another file lies there, which stays, and std::system_error when it cannot be deleted.
 bool deleteCopy(const std::string& path, const FileIdentity& identity);
 
 }  // namespace loopfi

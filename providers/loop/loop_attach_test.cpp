@@ -212,7 +212,7 @@ TEST_F(LoopAttachTest, ClonesWhereTheFileSystemCan) {
     EXPECT_EQ(forecast.method, CopyMethod::kClone);
     EXPECT_EQ(fs::file_size(copy.path()), 0U);
     const auto start = Clock::now();
-    copy.take(start + std::chrono::seconds(10));
+    copy.take(forecast.method, start + std::chrono::seconds(10));
     const std::chrono::duration<double, std::milli> took = Clock::now() - start;
     RecordProperty("clone_ms", std::to_string(took.count()));
     const auto attachStart = Clock::now();

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -116,6 +117,23 @@ std::optional<FileIdentity> attachedTo(int fd) {
         return std::nullopt;
     }
     return FileIdentity{info.lo_device, info.lo_inode};
+}
+
+std::vector<std::string> devicesOver(const FileIdentity& file, const std::string& name) {
+    std::vector<std::string> devices;
+    for (const auto& entry : std::filesystem::directory_iterator("/sys/block")) {
+        const std::string sysfs = entry.path();
+        // The name only spares opening other people's devices; whether it is the file, its identity says.
+        if (readAttribute(sysfs + "/loop/backing_file").find(name) == std::string::npos) {
+            continue;
+        }
+        const std::string device = "/dev/" + splitPath(sysfs).name;
+        const Descriptor fd(::open(device.c_str(), O_RDONLY | O_CLOEXEC));
+        if (fd && attachedTo(fd.get()) == file) {
+            devices.push_back(device);
+        }
+    }
+    return devices;
 }
 
 }  // namespace loopfi

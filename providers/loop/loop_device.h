@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "file_identity.h"
 
@@ -35,5 +36,8 @@ LoopInspection inspectLoop(const std::string& path);
 
 // The identity of the file that the open loop device `fd` is attached to, nothing when it is attached to none.
 std::optional<FileIdentity> attachedTo(int fd);
+
+// The loop devices that are attached to `file`, whose last known name ends in `name` (it may be deleted by now).
+std::vector<std::string> devicesOver(const FileIdentity& file, const std::string& name);
 
 }  // namespace loopfi

@@ -1,0 +1,42 @@
+#include "loop_snapshot.h"
+
+#include <gtest/gtest.h>
+
+namespace loopfi {
+namespace {
+
+TEST(SnapshotRecord, ComesBackFromItsText) {
+    const SnapshotRecord records[] = {
+        {"/dev/loop1", "/dev/loop2", "/var/images/disk.img.tarnfi-a1", {2049, 123456789}},
+        {"/dev/loop1", "", "/a b/line\nbreak\\n \\", {0, UINT64_MAX}},
+        {"", "", "", {}},
+    };
+    for (const SnapshotRecord& record : records) {
+        EXPECT_EQ(SnapshotRecord::fromText(record.toText()), record) << record.toText();
+    }
+}
+
+TEST(SnapshotRecord, RefusesOtherTexts) {
+    const std::string good = SnapshotRecord{"/dev/loop1", "/dev/loop2", "/f", {1, 2}}.toText();
+    ASSERT_TRUE(SnapshotRecord::fromText(good));
+    EXPECT_FALSE(SnapshotRecord::fromText(""));
+    EXPECT_FALSE(SnapshotRecord::fromText("<DEV_NAME>/dev/sda1</DEV_NAME>\n"));
+    EXPECT_FALSE(SnapshotRecord::fromText("loop-snapshot 2\n" + good.substr(good.find('\n') + 1)));
+    for (const char* key : {"origin", "snapshot", "file", "device", "inode"}) {
+        std::string without = good;
+        const auto at = without.find("\n" + std::string(key) + " ");
+        without.erase(at, without.find('\n', at + 1) - at);
+        EXPECT_FALSE(SnapshotRecord::fromText(without)) << key;
+    }
+    std::string odd = good;
+    odd.replace(odd.find("inode 2"), 7, "inode 2x");
+    EXPECT_FALSE(SnapshotRecord::fromText(odd));
+}
+
+TEST(DisposeSnapshot, OfNothingIsHarmless) {
+    EXPECT_NO_THROW(disposeSnapshot({}));
+    EXPECT_NO_THROW(disposeSnapshot({"/dev/loop1", "/dev/loop2", "/nonexistent/x.tarnfi-1", {1, 2}}));
+}
+
+}  // namespace
+}  // namespace loopfi
