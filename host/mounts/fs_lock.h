@@ -1,0 +1,43 @@
+// One snapshot at a time on one file system.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "report/failure.h"
+
+namespace tarnctl {
+
+// Root's own folder on a memory file system: device numbers mean nothing after a boot, and neither do these locks. Not
+// beside the catalog, because two catalogs may watch the same file system, and not on the mount point itself, because
+// every user who may read a directory may lock it, and an open mount point cannot be unmounted.
+inline constexpr const char* kDefaultLockFolder = "/run/tarnfi";
+
+// An advisory lock of the kernel on a small file named by the file system's device number. It ends with the last
+// descriptor: when it is destroyed, when the process dies in any way, and (wanted) not before a guard process forked
+// from this one ended. Programs executed from here do not inherit it. Move-only; one thread at a time.
+class FsLock {
+  public:
+    // Never waits. kBusy when another tarnctl works on the file system, its process id in the cause; kFailed when the
+    // folder or file cannot be made, or others than its owner (us or root) may write to it. `subject` is what the
+    // failure names: the mount point.
+    static Result<FsLock> take(dev_t fileSystem, const std::string& subject,
+                               const std::string& folder = kDefaultLockFolder);
+
+    FsLock(FsLock&& other) noexcept;
+    FsLock& operator=(FsLock&& other) noexcept;
+    FsLock(const FsLock&) = delete;
+    FsLock& operator=(const FsLock&) = delete;
+    ~FsLock();
+
+    // For a child that must not keep the lock. The descriptor stays ours.
+    int descriptor() const { return descriptor_; }
+
+  private:
+    explicit FsLock(int descriptor) : descriptor_(descriptor) {}
+
+    int descriptor_ = -1;
+};
+
+}  // namespace tarnctl
