@@ -61,7 +61,9 @@ bool ChildProcess::reapBefore(Deadline deadline) {
 
 // The number belongs to the group as long as the child is not reaped or another member lives. Once the child is gone,
 // a process of that number would be a stranger that got it anew.
-bool ChildProcess::ownsGroupNumber() const { return !end_ || (::getpgid(id_) < 0 && errno == ESRCH); }
+bool ChildProcess::ownsGroupNumber() const {
+    return !end_ || (::getpgid(id_) < 0 && errno == ESRCH);
+}
 
 void ChildProcess::signalGroup(int signal) const {
     if (ownsGroupNumber()) {

@@ -32,9 +32,9 @@ class ChildProcess {
         std::unique_ptr<ChildProcess> child;
     };
 
-    // Starts arguments[0], which is not searched for. The child gets a group of its own, /dev/null as standard input, one
-    // pipe as standard output and error, no other descriptor, no blocked and no ignored signal, the directory / and the
-    // fixed environment; nothing else of the caller's is changed (limits, priority, user, umask).
+    // Starts arguments[0], which is not searched for. The child gets a group of its own, /dev/null as standard input,
+    // one pipe as standard output and error, no other descriptor, no blocked and no ignored signal, the directory / and
+    // the fixed environment; nothing else of the caller's is changed (limits, priority, user, umask).
     static Started start(std::vector<std::string> arguments);
 
     ChildProcess(pid_t id, Descriptor handle, Descriptor output) noexcept;

@@ -1,12 +1,13 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "child_process.h"
@@ -15,7 +16,15 @@ namespace znfi_runtime {
 namespace {
 
 // What a command gets to see, whatever the caller's environment holds.
-constexpr const char* kEnvironment[] = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", "LANG=C", nullptr};
+char searchPath[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
+char locale[] = "LC_ALL=C";
+char language[] = "LANG=C";
+char* const kEnvironment[] = {searchPath, locale, language, nullptr};
+
+// The C library's own declaration lacks C linkage in some releases.
+Descriptor openHandle(pid_t id) {
+    return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, id, 0U)));
+}
 
 class FileActions {
   public:
@@ -45,7 +54,9 @@ class Attributes {
         sigset_t none;
         sigset_t all;
         ::sigemptyset(&none);
-        ::sigfillset(&all);
+        // Not sigfillset: it leaves out the two signals that the C library keeps for itself, and it would have the
+        // child ignore those.
+        std::memset(&all, 0xff, sizeof all);
         ::posix_spawnattr_init(&attributes_);
         ::posix_spawnattr_setsigmask(&attributes_, &none);
         ::posix_spawnattr_setsigdefault(&attributes_, &all);
@@ -67,10 +78,9 @@ class Attributes {
 bool canWaitByHandle() {
     static std::atomic<bool> known{false};
     if (!known.load(std::memory_order_relaxed)) {
-        const Descriptor self(::pidfd_open(::getpid(), 0));
+        const Descriptor self = openHandle(::getpid());
         siginfo_t info{};
-        const bool can = self &&
-                         ::waitid(P_PIDFD, static_cast<id_t>(self.number()), &info, WEXITED | WNOHANG) != 0 &&
+        const bool can = self && ::waitid(P_PIDFD, static_cast<id_t>(self.number()), &info, WEXITED | WNOHANG) != 0 &&
                          errno == ECHILD;
         known.store(can, std::memory_order_relaxed);
         return can;
@@ -127,7 +137,7 @@ int spawn(pid_t& id, std::vector<std::string>& arguments, const Ends& ends) {
         return actions.error();
     }
     const Attributes attributes;
-    return ::posix_spawn(&id, argv[0], actions.get(), attributes.get(), argv.data(), const_cast<char**>(kEnvironment));
+    return ::posix_spawn(&id, argv[0], actions.get(), attributes.get(), argv.data(), kEnvironment);
 }
 
 zfi_eexecpipe codeOfSpawnError(int error) {
@@ -151,7 +161,14 @@ ChildProcess::Started ChildProcess::start(std::vector<std::string> arguments) {
     }
     ends.input.close();  // leaves a free number for the handle, should the caller have used up its own
     ends.outputWrite.close();
-    Descriptor handle(::pidfd_open(id, 0));
+    Descriptor handle = openHandle(id);
+    if (!handle && errno != ESRCH) {
+        // Other threads took the last free number: a child that cannot be watched must not run on.
+        const int error = errno;
+        ::kill(-id, SIGKILL);
+        ::waitpid(id, nullptr, 0);
+        return {ZFI_EXEC_PIPE_CMD_ERROR_UNEXPECTED, error, nullptr};
+    }
     return {ZFI_EXEC_PIPE_SUCCESS, 0,
             std::make_unique<ChildProcess>(id, std::move(handle), std::move(ends.outputRead))};
 }
