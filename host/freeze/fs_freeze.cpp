@@ -62,8 +62,6 @@ ThawAnswer thawFs(int fd) {
             return {ThawOutcome::kDone, 0};
         case EINVAL:
             return {ThawOutcome::kWasNotFrozen, error};
-        case EOPNOTSUPP:
-            return {ThawOutcome::kCannotFreeze, error};
         default:
             return {ThawOutcome::kFailed, error};
     }

@@ -23,8 +23,7 @@ enum class FreezeOutcome {
 
 enum class ThawOutcome {
     kDone,          // this call ended the freeze
-    kWasNotFrozen,  // EINVAL: somebody thawed before, or a freeze has begun and is not complete yet
-    kCannotFreeze,  // EOPNOTSUPP
+    kWasNotFrozen,  // EINVAL: thawed before, a freeze that has begun but is not complete, or a type without freeze
     kFailed,        // any other error: still frozen where it was frozen
 };
 
