@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <stdexcept>
 
 namespace loopfi {
@@ -16,6 +17,7 @@ namespace {
 
 constexpr std::uint32_t kSamplePieces = 16;
 constexpr std::uint64_t kSamplePieceLength = std::uint64_t{4} << 20;  // bytes
+constexpr const char* kMark = "user.tarnfi.snapshot";
 constexpr auto kNoDeadline = Clock::time_point::max();
 
 void checkId(std::string_view id) {
@@ -39,6 +41,13 @@ bool isAt(int directory, const std::string& name, const FileIdentity& identity) 
            FileIdentity::of(status) == identity;
 }
 
+// The name of the snapshot file that this file was made as; empty for a file that was not made as one.
+std::string markOf(int fd) {
+    std::array<char, NAME_MAX> name{};
+    const ssize_t length = ::fgetxattr(fd, kMark, name.data(), name.size());
+    return length > 0 ? std::string(name.data(), static_cast<std::size_t>(length)) : std::string();
+}
+
 void setLength(int fd, off_t length, const std::string& path) {
     if (::ftruncate(fd, length) != 0) {
         throwErrno("set the length of " + path);
@@ -52,7 +61,7 @@ BackingCopy BackingCopy::reserve(const std::string& backingFile, const FileIdent
     BackingCopy made;
     const SplitPath split = splitPath(backingFile);
     made.originPath_ = backingFile;
-    made.path_ = backingFile + ".tarnfi-" + std::string(id);
+    made.path_ = copyPath(backingFile, id);
     made.directory_ = openDirectory(split.directory);
     made.origin_ =
         Descriptor(::openat(made.directory_.get(), split.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
@@ -69,7 +78,16 @@ BackingCopy BackingCopy::reserve(const std::string& backingFile, const FileIdent
         throwErrno("create the snapshot file " + made.path_);
     }
     made.identity_ = FileIdentity::of(status);
+    made.mark();
     return made;
+}
+
+// Where the file system keeps no such attributes, only the record knows the file.
+void BackingCopy::mark() {
+    const std::string name = splitPath(path_).name;
+    if (::fsetxattr(copy_.get(), kMark, name.data(), name.size(), 0) != 0 && errno != EOPNOTSUPP && errno != ENOSPC) {
+        throwErrno("mark the snapshot file " + path_);
+    }
 }
 
 BackingCopy::~BackingCopy() {
@@ -185,20 +203,37 @@ void BackingCopy::inheritAccess() {
     }
 }
 
-bool deleteCopy(const std::string& path, const FileIdentity& identity) {
+std::string copyPath(const std::string& backingFile, std::string_view id) {
+    return backingFile + ".tarnfi-" + std::string(id);
+}
+
+std::optional<FileIdentity> findCopy(const std::string& path, const FileIdentity& recorded) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR)) {
-        return false;
+        return std::nullopt;
     }
     const SplitPath split = splitPath(path);
     const Descriptor directory = openDirectory(split.directory);
-    if (!isAt(directory.get(), split.name, identity)) {
+    const Descriptor file(
+        ::openat(directory.get(), split.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        throwErrno("open the snapshot file " + path);
+    }
+    const FileIdentity found = FileIdentity::of(status);
+    const bool isReserved = S_ISREG(status.st_mode) && status.st_size == 0 && status.st_uid == ::geteuid() &&
+                            (status.st_mode & 07777) == 0600;
+    if (found != recorded && !isReserved && markOf(file.get()) != split.name) {
         throw std::runtime_error("what lies at " + path + " is not the snapshot file that was made there: it stays");
     }
-    if (::unlinkat(directory.get(), split.name.c_str(), 0) != 0) {
+    return found;
+}
+
+void deleteCopy(const std::string& path, const FileIdentity& identity) {
+    const SplitPath split = splitPath(path);
+    const Descriptor directory = openDirectory(split.directory);
+    if (isAt(directory.get(), split.name, identity) && ::unlinkat(directory.get(), split.name.c_str(), 0) != 0) {
         throwErrno("delete the snapshot file " + path);
     }
-    return true;
 }
 
 }  // namespace loopfi

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -59,6 +60,7 @@ class BackingCopy {
     void refuseWithoutSpace(std::uint64_t bytes) const;
     std::chrono::nanoseconds measureCopy(const std::vector<Extent>& extents);
     void copyData(Clock::time_point deadline);
+    void mark();
     void inheritAccess();
 
     Descriptor directory_;
@@ -70,8 +72,15 @@ class BackingCopy {
     bool isKept_ = false;
 };
 
-// Deletes the file at `path`, which is `identity`. False: nothing lies there any more. Throws std::runtime_error when
-// another file lies there, which stays, and std::system_error when it cannot be deleted.
-bool deleteCopy(const std::string& path, const FileIdentity& identity);
+// Where the copy of a backing file lies.
+std::string copyPath(const std::string& backingFile, std::string_view id);
+
+// The snapshot file at `path`, as it was recorded; where it was not (a crash came before the record, or the disk has
+// another number since), it is known by the mark that reserve gave it, or by being empty and private. Nothing when no
+// file lies there. Throws std::runtime_error when another file lies there.
+std::optional<FileIdentity> findCopy(const std::string& path, const FileIdentity& recorded);
+
+// Deletes the file at `path` if it is `identity`. Throws std::system_error when it cannot be deleted.
+void deleteCopy(const std::string& path, const FileIdentity& identity);
 
 }  // namespace loopfi

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -146,15 +147,46 @@ TEST_F(BackingCopyTest, DeletesNoFileThatTookItsName) {
     EXPECT_EQ(contentOf(copyPath()), "somebody's");
 }
 
-TEST_F(BackingCopyTest, DeleteCopyKnowsItsFile) {
+TEST_F(BackingCopyTest, IsFoundByItsRecordedIdentity) {
     BackingCopy copy = reserve();
     copy.keep();
-    EXPECT_THROW(deleteCopy(copyPath(), identityOf(origin_)), std::runtime_error);
-    EXPECT_TRUE(fs::exists(copyPath()));
-    EXPECT_TRUE(deleteCopy(copyPath(), copy.identity()));
+    EXPECT_EQ(findCopy(copyPath(), copy.identity()), copy.identity());
+    deleteCopy(copyPath(), identityOf(origin_));
+    EXPECT_TRUE(fs::exists(copyPath())) << "another identity was deleted";
+    deleteCopy(copyPath(), copy.identity());
     EXPECT_FALSE(fs::exists(copyPath()));
-    EXPECT_FALSE(deleteCopy(copyPath(), copy.identity()));
-    EXPECT_FALSE(deleteCopy(directory_ + "/gone/x", copy.identity()));
+    EXPECT_EQ(findCopy(copyPath(), copy.identity()), std::nullopt);
+    EXPECT_EQ(findCopy(directory_ + "/gone/x", copy.identity()), std::nullopt);
+}
+
+TEST_F(BackingCopyTest, IsFoundByItsMarkUnderItsOwnNameOnly) {
+    FileIdentity identity;
+    {
+        BackingCopy copy = reserve();
+        copy.take(copy.rehearse().method, kNever);
+        copy.keep();
+        identity = copy.identity();
+    }
+    char mark[64];
+    if (::getxattr(copyPath().c_str(), "user.tarnfi.snapshot", mark, sizeof mark) < 0) {
+        GTEST_SKIP() << "the file system of /tmp keeps no user attributes";
+    }
+    EXPECT_EQ(findCopy(copyPath(), {}), identity);
+    fs::rename(copyPath(), copyPath() + "-kept");
+    EXPECT_THROW(findCopy(copyPath() + "-kept", {}), std::runtime_error);
+}
+
+TEST_F(BackingCopyTest, AnUnmarkedFileIsOursOnlyWhileEmptyAndPrivate) {
+    std::ofstream(copyPath()).close();
+    ASSERT_EQ(::chmod(copyPath().c_str(), 0644), 0);
+    EXPECT_THROW(findCopy(copyPath(), {}), std::runtime_error);
+    ASSERT_EQ(::chmod(copyPath().c_str(), 0600), 0);
+    EXPECT_TRUE(findCopy(copyPath(), {}));
+    std::ofstream(copyPath()) << "somebody's";
+    EXPECT_THROW(findCopy(copyPath(), {}), std::runtime_error);
+    fs::remove(copyPath());
+    fs::create_symlink(origin_, copyPath());
+    EXPECT_THROW(findCopy(copyPath(), {}), std::system_error);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 
 #include "loop_attach.h"
 
@@ -10,6 +11,8 @@ namespace loopfi {
 namespace {
 
 constexpr const char* kFirstLine = "loop-snapshot 1";
+// On a busy disk a copy was seen to take twice the time that was measured.
+constexpr int kSafetyFactor = 3;
 
 std::string escaped(const std::string& text) {
     std::string result;
@@ -72,41 +75,93 @@ std::optional<SnapshotRecord> SnapshotRecord::fromText(const std::string& text) 
     return record;
 }
 
-SnapshotRecord SnapshotPlan::recordOf(const BackingCopy& copy) const {
-    return {origin_.device, {}, copy.path(), copy.identity()};
+BackingCopy SnapshotPlan::reserve() {
+    return BackingCopy::reserve(origin_.backingFile, origin_.backing, id_);
 }
 
-SnapshotRecord SnapshotPlan::prepare() {
+void SnapshotPlan::prepare() {
     reserved_.reset();
-    BackingCopy copy = BackingCopy::reserve(origin_.backingFile, origin_.backing, id_);
+    record_ = {};
+    BackingCopy copy = reserve();
     forecast_ = copy.rehearse();
     provideFreeDevice();
+    record_ = {origin_.device, {}, copy.path(), copy.identity()};
     reserved_.emplace(std::move(copy));
-    return recordOf(*reserved_);
 }
 
-SnapshotRecord SnapshotPlan::make(Clock::time_point deadline) {
+void SnapshotPlan::make(Clock::time_point deadline) {
     // Taken out of the plan, so that any failure deletes it; a second try reserves the name again, which is quick.
-    BackingCopy copy =
-        reserved_ ? std::move(*reserved_) : BackingCopy::reserve(origin_.backingFile, origin_.backing, id_);
+    BackingCopy copy = reserved_ ? std::move(*reserved_) : reserve();
     reserved_.reset();
+    record_ = {};
     copy.take(forecast_.method, deadline);
-    SnapshotRecord record = recordOf(copy);
-    record.snapshotDevice = attachFile(copy.fd(), copy.path(), origin_);
+    SnapshotRecord made{origin_.device, {}, copy.path(), copy.identity()};
+    made.snapshotDevice = attachFile(copy.fd(), copy.path(), origin_);
     copy.keep();
-    return record;
+    record_ = std::move(made);
+}
+
+void prepareTogether(const std::vector<SnapshotPlan*>& plans, std::chrono::milliseconds budget) {
+    std::chrono::nanoseconds expected{0};
+    for (SnapshotPlan* plan : plans) {
+        plan->prepare();
+        expected += plan->forecast().expected;
+    }
+    if (expected * kSafetyFactor > budget) {
+        throw std::runtime_error(
+            "the copy is measured to take " +
+            std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(expected).count()) +
+            " ms, which is more than a third of the " + std::to_string(budget.count()) +
+            " ms for which the file system may be frozen");
+    }
+}
+
+void makeTogether(const std::vector<SnapshotPlan*>& plans, Clock::time_point deadline) {
+    std::size_t made = 0;
+    try {
+        for (; made < plans.size(); ++made) {
+            plans[made]->make(deadline);
+        }
+    } catch (const std::exception& cause) {
+        std::string undoing;
+        for (std::size_t i = 0; i < made; ++i) {
+            try {
+                disposeSnapshot(plans[i]->record());
+            } catch (const std::exception& error) {
+                undoing += std::string("; undoing it failed: ") + error.what();
+            }
+        }
+        if (undoing.empty()) {
+            throw;
+        }
+        throw std::runtime_error(cause.what() + undoing);
+    }
 }
 
 void disposeSnapshot(const SnapshotRecord& record) {
     if (record.file.empty()) {
         return;
     }
+    const auto found = findCopy(record.file, record.identity);
+    const FileIdentity identity = found.value_or(record.identity);
     // Found by the file, not by the recorded device: a device that was attached just before a crash is in no record,
     // and a recorded one may be somebody else's by now.
-    for (const std::string& device : devicesOver(record.identity, splitPath(record.file).name)) {
-        detachFile(device, record.identity);
+    for (const std::string& device : devicesOver(identity, splitPath(record.file).name)) {
+        detachFile(device, identity);
     }
-    deleteCopy(record.file, record.identity);
+    if (found) {
+        deleteCopy(record.file, identity);
+    }
+}
+
+SnapshotRecord findSnapshot(const LoopStatus& device, std::string_view id) {
+    if (!id.empty() && !device.backingFile.ends_with(copyPath({}, id))) {
+        return {device.device, {}, copyPath(device.backingFile, id), {}};
+    }
+    if (device.backingFile.find(copyPath({}, {})) == std::string::npos) {
+        return {};
+    }
+    return {{}, device.device, device.backingFile, {}};
 }
 
 }  // namespace loopfi

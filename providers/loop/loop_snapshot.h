@@ -1,8 +1,11 @@
 // One snapshot of a loop device: planned before the freeze, made inside it, disposed of from its record alone.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "backing_copy.h"
 #include "loop_device.h"
@@ -24,31 +27,48 @@ struct SnapshotRecord {
     static std::optional<SnapshotRecord> fromText(const std::string& text);
 };
 
-// Thread: one at a time. Errors: as in backing_copy.h. What a plan reserved goes with it.
+// Thread: one at a time. Errors: as in backing_copy.h. What a plan reserved goes with it; what it made stays.
 class SnapshotPlan {
   public:
+    // id: the snapshot's, of letters, digits and '-'.
     SnapshotPlan(LoopStatus origin, std::string id) : origin_(std::move(origin)), id_(std::move(id)) {}
 
-    // Before the freeze: reserves the name, makes sure of a free loop device, measures. The record names the reserved
-    // file.
-    SnapshotRecord prepare();
+    // Before the freeze: reserves the name, makes sure of a free loop device, measures.
+    void prepare();
     const CopyForecast& forecast() const { return forecast_; }
 
     // Inside the freeze: copies and attaches. After a failure neither file nor device is left, and it may be called
     // again.
-    SnapshotRecord make(Clock::time_point deadline);
+    void make(Clock::time_point deadline);
+
+    // What there is: the reserved file after prepare, the snapshot after make, nothing after a failure.
+    const SnapshotRecord& record() const { return record_; }
 
   private:
-    SnapshotRecord recordOf(const BackingCopy& copy) const;
+    BackingCopy reserve();
 
     LoopStatus origin_;
     std::string id_;
     std::optional<BackingCopy> reserved_;
     CopyForecast forecast_;
+    SnapshotRecord record_;
 };
+
+// Prepares plans whose file systems are frozen together for `budget`. Refuses when the measured time, with a safety
+// factor of 3, does not fit it.
+void prepareTogether(const std::vector<SnapshotPlan*>& plans, std::chrono::milliseconds budget);
+
+// Makes all of them or none: after a failure those already made are disposed of; where that fails too, the error says
+// so behind the first cause.
+void makeTogether(const std::vector<SnapshotPlan*>& plans, Clock::time_point deadline);
 
 // Detaches every loop device over the snapshot's file and deletes the file. What is gone already is no error, nor is an
 // empty record. A device in use: std::system_error with EBUSY, and the file stays.
 void disposeSnapshot(const SnapshotRecord& record);
+
+// What can be told without a record, after a crash: where the snapshot `id` of the device lies, or, for the device of a
+// snapshot, that snapshot itself (`id` may be empty then). An empty record: nothing. disposeSnapshot still asks the
+// file.
+SnapshotRecord findSnapshot(const LoopStatus& device, std::string_view id);
 
 }  // namespace loopfi

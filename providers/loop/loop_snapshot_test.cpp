@@ -38,5 +38,17 @@ TEST(DisposeSnapshot, OfNothingIsHarmless) {
     EXPECT_NO_THROW(disposeSnapshot({"/dev/loop1", "/dev/loop2", "/nonexistent/x.tarnfi-1", {1, 2}}));
 }
 
+TEST(FindSnapshot, GoesByTheBackingFile) {
+    LoopStatus device;
+    device.device = "/dev/loop1";
+    device.backingFile = "/images/disk";
+    EXPECT_EQ(findSnapshot(device, "a").file, "/images/disk.tarnfi-a");
+    EXPECT_EQ(findSnapshot(device, "").file, "");
+    device.backingFile = "/images/disk.tarnfi-a";
+    EXPECT_EQ(findSnapshot(device, "a").file, "/images/disk.tarnfi-a");
+    EXPECT_EQ(findSnapshot(device, "").file, "/images/disk.tarnfi-a");
+    EXPECT_EQ(findSnapshot(device, "b").file, "/images/disk.tarnfi-a.tarnfi-b");
+}
+
 }  // namespace
 }  // namespace loopfi

@@ -1,0 +1,46 @@
+// The embedded volume provider: snapshots of loop devices over regular files, by cloning or copying the file beside it
+// and attaching the copy to a free loop device. It needs no volume manager.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cfipluginbase.h"
+#include "loop_priv_data.h"
+
+class CLOOPPlugin : public CFiPluginBase {
+  public:
+    int init() override;
+    // 3 for a whole loop device over a regular file that still has its name.
+    int claim(znfi_objid* object, znfi_objid*** subObjects, int* subObjectCount) override;
+    int supportsFiType(zfi_domain* domain, char* type) override;
+    int getProviderInfo(zfi_provider_list** list) override;
+    int checkNodeExistence(zfi_domain* node, int* exists) override;
+    int processProviderState(zfi_domain* node, zfi_blob* blob, zfi_op_providerstate operation) override;
+    int initNode(zfi_domain* node, zfi_domain** parent, int flags, znfi_objid* parentObject) override;
+    // target: the node of the snapshot device; it gets the record from whoever holds it.
+    int initAltNode(zfi_domain* node, zfi_domain* parent, zfi_domain* target, bool remote) override;
+
+    // The session's id is the snapshot's id; the session's entries get the snapshot devices' names. All nodes of a
+    // session are made, or none.
+    int selectSnapshots(const CFiSmartPtr<CFiSession>& session) override;
+    int prepareSnapshots(const CFiSmartPtr<CFiSession>& session) override;
+    int makeSnapshots(const CFiSmartPtr<CFiSession>& session) override;
+
+    // node: the origin, or the node of the snapshot device. 32: the snapshot device is in use. Twice is harmless.
+    int dispose(zfi_domain* parent, zfi_domain* node, zfi_splitnode* splitNode, zfi_disposition disposition) override;
+
+  private:
+    using Data = CFiSmartPtr<CFiPrivateData>;
+
+    template <typename Body>
+    int guarded(const char* method, int line, Body body);
+    void report(const char* method, int line, const std::string& text);
+    CFiPrivateDataFactory& factory() const;
+    CLOOPPrivData& dataOf(const CFiSplitNode& entry) const;
+    CLOOPPrivData* holderOf(zfi_domain* node) const;
+    void prepareAll(CFiSession& session);
+    void makeAll(CFiSession& session);
+    void undo(const std::vector<CFiSplitNode*>& made);
+};
