@@ -2,6 +2,7 @@
 // one framework call at a time.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,9 @@ class ZNFI_API CFiPrivateData : public virtual CFiRefCount, public virtual CFiTr
     // index of the configuration lists: 0 or 1. Out of range counts as not set.
     virtual bool hasConfigInfoList(int index);
     virtual bool hasConfigDataList(int index);
+    // Every parameter of the list that the data list does not hold gets an empty value there.
     virtual void addDefaultConfigParamsToDataList(int index, CFiConfigParamInfoList* list);
+    // Owned by this object; null when not set.
     virtual CFiConfigParamInfoList* configInfoList(int index);
     virtual CFiConfigDataList* configDataList(int index);
     virtual void setIntent(zfi_intent intent);
@@ -64,6 +67,6 @@ class ZNFI_API CFiPrivateData : public virtual CFiRefCount, public virtual CFiTr
     bool transportable_ = false;
     std::vector<zfi_tstring> hosts_;
     zfi_intent intent_ = ZFI_INTENT_NONE;
-    CFiConfigParamInfoList* configInfo_[2] = {nullptr, nullptr};
-    CFiConfigDataList* configData_[2] = {nullptr, nullptr};
+    std::unique_ptr<CFiConfigParamInfoList> configInfo_[2];
+    std::unique_ptr<CFiConfigDataList> configData_[2];
 };

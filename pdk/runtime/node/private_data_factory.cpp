@@ -1,0 +1,7 @@
+#include "cfiprivatedatafactory.h"
+
+CFiPrivateDataFactory::~CFiPrivateDataFactory() = default;
+
+CFiPrivateDataManager::CFiPrivateDataManager() = default;
+
+CFiPrivateDataManager::~CFiPrivateDataManager() = default;
