@@ -17,6 +17,17 @@
 
 namespace tarnctl {
 
+// Sanitizers replace mlockall by nothing and make system calls of their own.
+inline bool isSanitized() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return true;
+#elif defined(__has_feature)
+    return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+    return false;
+#endif
+}
+
 class GuardTest : public testing::Test {
   protected:
     void SetUp() override {

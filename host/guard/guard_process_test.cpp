@@ -18,16 +18,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-bool isSanitized() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return true;
-#elif defined(__has_feature)
-    return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-    return false;
-#endif
-}
-
 std::string procPath(pid_t pid, const std::string& name) {
     return "/proc/" + std::to_string(pid) + "/" + name;
 }
@@ -149,6 +139,9 @@ TEST_F(GuardProcessTest, LocksItsMemoryAndNeedsNoMoreOfItLater) {
 }
 
 TEST_F(GuardProcessTest, MakesNoOtherSystemCallsThanItsWork) {
+    if (isSanitized()) {
+        GTEST_SKIP() << "sanitizers add system calls of their own";
+    }
     if (access("/usr/bin/strace", X_OK) != 0) {
         GTEST_SKIP() << "needs strace";
     }
