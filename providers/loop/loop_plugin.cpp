@@ -12,18 +12,15 @@
 
 namespace {
 
-using loopfi::Clock;
 using std::chrono::milliseconds;
 
 constexpr const char* kSource = "providers/loop/loop_plugin";
 constexpr uint64_t kVolumeLayer = 8;
 constexpr uint32_t kKind = 2;
 constexpr int32_t kDefaultBudgetMs = 10000;
-// A copy that is measured to take a third of the granted time was seen to take two thirds of it on a busy disk.
-constexpr int kSafetyFactor = 3;
 
 milliseconds budgetOf(CFiSession& session) {
-    milliseconds budget = milliseconds::max();
+    milliseconds budget = std::chrono::hours(1);  // nobody freezes longer
     for (const auto& [name, entry] : session.nodes()) {
         budget = std::min(budget, milliseconds(entry.freezeBudgetMs > 0 ? entry.freezeBudgetMs : kDefaultBudgetMs));
     }
@@ -157,12 +154,10 @@ int CLOOPPlugin::initAltNode(zfi_domain* node, zfi_domain*, zfi_domain* target, 
         target->displayName = target->objid->name;
         target->characteristics = ZFI_CHARACTERISTICS;
         const Data data = factory().allocate(target, true);
-        const CLOOPPrivData* holder = holderOf(target);
-        if (holder == nullptr) {
-            holder = holderOf(node);
-        }
-        if (holder != nullptr) {
-            static_cast<CLOOPPrivData&>(*data).record = holder->record;
+        auto& record = static_cast<CLOOPPrivData&>(*data).record;
+        record = recordOf(target, {});
+        if (const Data origin = factory().access(node); origin && record.file.empty()) {
+            record = static_cast<const CLOOPPrivData&>(*origin).record;
         }
         return ZFI_OK;
     });
@@ -180,112 +175,109 @@ int CLOOPPlugin::selectSnapshots(const CFiSmartPtr<CFiSession>& session) {
 
 int CLOOPPlugin::prepareSnapshots(const CFiSmartPtr<CFiSession>& session) {
     return guarded("prepareSnapshots", __LINE__, [&] {
+        std::vector<CLOOPPrivData*> nodes;
+        std::vector<loopfi::SnapshotPlan*> plans;
+        for (const auto& [name, entry] : session->nodes()) {
+            CLOOPPrivData& data = dataOf(entry);
+            data.plan.reset();  // deletes what an earlier try reserved
+            data.plan.emplace(loopDevice(name), session->getId());
+            nodes.push_back(&data);
+            plans.push_back(&*data.plan);
+        }
         try {
-            prepareAll(*session);
+            loopfi::prepareTogether(plans, budgetOf(*session));
         } catch (...) {
-            for (const auto& [name, entry] : session->nodes()) {
-                CLOOPPrivData& data = dataOf(entry);
-                if (data.plan) {
-                    data.plan.reset();
-                    data.record = {};
-                }
+            for (CLOOPPrivData* data : nodes) {
+                data->plan.reset();
             }
             throw;
         }
-        return ZFI_OK;
-    });
-}
-
-void CLOOPPlugin::prepareAll(CFiSession& session) {
-    std::chrono::nanoseconds expected{0};
-    for (const auto& [name, entry] : session.nodes()) {
-        CLOOPPrivData& data = dataOf(entry);
-        data.plan.reset();  // deletes what an earlier try reserved
-        data.plan.emplace(loopDevice(name), session.getId());
-        data.record = data.plan->prepare();
-        expected += data.plan->forecast().expected;
-    }
-    const milliseconds budget = budgetOf(session);
-    if (expected * kSafetyFactor > budget) {
-        throw std::runtime_error("the snapshot " + session.getId() + " is measured to take " +
-                                 std::to_string(std::chrono::duration_cast<milliseconds>(expected).count()) +
-                                 " ms, which is more than a third of the " + std::to_string(budget.count()) +
-                                 " ms for which the file system may be frozen");
-    }
-}
-
-int CLOOPPlugin::makeSnapshots(const CFiSmartPtr<CFiSession>& session) {
-    return guarded("makeSnapshots", __LINE__, [&] {
-        makeAll(*session);
+        for (CLOOPPrivData* data : nodes) {
+            data->record = data->plan->record();
+        }
         return ZFI_OK;
     });
 }
 
 // Nothing is traced here unless it fails: the file system below the log may be the frozen one.
-void CLOOPPlugin::makeAll(CFiSession& session) {
-    const Clock::time_point deadline = Clock::now() + budgetOf(session);
-    std::vector<CFiSplitNode*> made;
-    try {
-        for (auto& [name, entry] : session.nodes()) {
+int CLOOPPlugin::makeSnapshots(const CFiSmartPtr<CFiSession>& session) {
+    return guarded("makeSnapshots", __LINE__, [&] {
+        const auto deadline = loopfi::Clock::now() + budgetOf(*session);
+        std::vector<std::pair<CFiSplitNode*, CLOOPPrivData*>> nodes;
+        std::vector<loopfi::SnapshotPlan*> plans;
+        for (auto& [name, entry] : session->nodes()) {
             CLOOPPrivData& data = dataOf(entry);
-            if (!data.plan && !entry.snapshotName.empty() && entry.snapshotName == data.record.snapshotDevice) {
-                continue;  // a repeated call finds it made
-            }
-            if (!data.plan) {
-                throw std::runtime_error("the snapshot of " + name + " was not prepared");
-            }
-            data.record = data.plan->make(deadline);
-            entry.snapshotName = data.record.snapshotDevice;
-            made.push_back(&entry);
+            if (data.plan && data.plan->id() == session->getId()) {
+                nodes.emplace_back(&entry, &data);
+                plans.push_back(&*data.plan);
+            } else if (entry.snapshotName.empty() || entry.snapshotName != data.record.snapshotDevice) {
+                throw std::runtime_error("the snapshot " + session->getId() + " of " + name + " was not prepared");
+            }  // else a repeated call finds it made
         }
-    } catch (...) {
-        undo(made);
-        throw;
-    }
-    for (const CFiSplitNode* entry : made) {
-        dataOf(*entry).plan.reset();
-    }
+        if (session->nodes().empty()) {
+            throw std::runtime_error("nothing was selected for the snapshot " + session->getId());
+        }
+        loopfi::makeTogether(plans, deadline);
+        for (const auto& [entry, data] : nodes) {
+            data->record = data->plan->record();
+            entry->snapshotName = data->record.snapshotDevice;
+            data->plan.reset();
+        }
+        return ZFI_OK;
+    });
 }
 
-// A snapshot that cannot be undone keeps its record, so that a later dispose can.
-void CLOOPPlugin::undo(const std::vector<CFiSplitNode*>& made) {
-    for (CFiSplitNode* entry : made) {
-        entry->snapshotName.clear();
-        CLOOPPrivData& data = dataOf(*entry);
-        try {
-            loopfi::disposeSnapshot(data.record);
-            data.record = {};
-        } catch (const std::exception& error) {
-            report("makeSnapshots", __LINE__, error.what());
-        }
-    }
-}
-
-int CLOOPPlugin::dispose(zfi_domain*, zfi_domain* node, zfi_splitnode*, zfi_disposition disposition) {
-    return guarded("dispose", __LINE__, [&] {
+int CLOOPPlugin::dispose(zfi_domain*, zfi_domain* node, zfi_splitnode* splitNode, zfi_disposition disposition) {
+    return guarded("dispose", __LINE__, [&]() -> int {
         if (disposition != ZFI_DISPOSITION_REMOVE) {
             return ZFI_OK;
         }
-        if (node == nullptr) {
+        if (node == nullptr || node->objid == nullptr) {
             return ZFI_ERR_INVALID_ARGUMENT;
         }
-        CLOOPPrivData* holder = holderOf(node);
-        if (holder == nullptr) {
-            return ZFI_OK;
+        const char* id = splitNode == nullptr || splitNode->sessionId == nullptr ? "" : splitNode->sessionId;
+        const loopfi::SnapshotRecord record = recordOf(node, id);
+        if (const Data data = factory().access(node)) {
+            static_cast<CLOOPPrivData&>(*data).plan.reset();
         }
-        holder->plan.reset();
-        const loopfi::SnapshotRecord record = holder->record;
         loopfi::disposeSnapshot(record);
-        for (const bool isAltNode : {false, true}) {
-            for (const Data& data : factory().getPrivateDataList(isAltNode)) {
-                auto& other = static_cast<CLOOPPrivData&>(*data);
-                if (other.record == record) {
-                    other.record = {};
-                }
+        for (const Data& data : everyData()) {
+            auto& other = static_cast<CLOOPPrivData&>(*data);
+            if (other.record.file == record.file) {
+                other.record = {};
             }
         }
         return ZFI_OK;
     });
+}
+
+// The node's own record, or the one of whoever made the device that it stands for; else what the device itself tells.
+loopfi::SnapshotRecord CLOOPPlugin::recordOf(zfi_domain* node, const std::string& id) const {
+    const std::string name = node->objid->name;
+    const auto isMeant = [&](const loopfi::SnapshotRecord& record) {
+        return !record.file.empty() && (id.empty() || record.file.ends_with(loopfi::copyPath({}, id)));
+    };
+    if (const Data own = factory().access(node)) {
+        const auto& record = static_cast<const CLOOPPrivData&>(*own).record;
+        if (isMeant(record)) {
+            return record;
+        }
+    }
+    for (const Data& data : everyData()) {
+        const auto& record = static_cast<const CLOOPPrivData&>(*data).record;
+        if (record.snapshotDevice == name && isMeant(record)) {
+            return record;
+        }
+    }
+    const loopfi::LoopInspection inspection = loopfi::inspectLoop(name);
+    return inspection.status ? loopfi::findSnapshot(*inspection.status, id) : loopfi::SnapshotRecord{};
+}
+
+std::vector<CFiSmartPtr<CFiPrivateData>> CLOOPPlugin::everyData() const {
+    std::vector<Data> all = factory().getPrivateDataList(false);
+    const std::vector<Data> alternate = factory().getPrivateDataList(true);
+    all.insert(all.end(), alternate.begin(), alternate.end());
+    return all;
 }
 
 CFiPrivateDataFactory& CLOOPPlugin::factory() const {
@@ -302,25 +294,4 @@ CLOOPPrivData& CLOOPPlugin::dataOf(const CFiSplitNode& entry) const {
         throw std::runtime_error("the node " + entry.name + " was not initialised");
     }
     return static_cast<CLOOPPrivData&>(*data);
-}
-
-// Who holds the record of the node's snapshot: the node itself, or, for the node of a snapshot device that was given no
-// record, whoever made that device. Null: nobody.
-CLOOPPrivData* CLOOPPlugin::holderOf(zfi_domain* node) const {
-    if (node == nullptr) {
-        return nullptr;
-    }
-    const Data own = factory().access(node);
-    if (own && !static_cast<CLOOPPrivData&>(*own).record.file.empty()) {
-        return static_cast<CLOOPPrivData*>(own.get());
-    }
-    for (const bool isAltNode : {false, true}) {
-        for (const Data& data : factory().getPrivateDataList(isAltNode)) {
-            auto* other = static_cast<CLOOPPrivData*>(data.get());
-            if (other->record.snapshotDevice == node->objid->name) {
-                return other;
-            }
-        }
-    }
-    return nullptr;
 }

@@ -28,7 +28,8 @@ class CLOOPPlugin : public CFiPluginBase {
     int prepareSnapshots(const CFiSmartPtr<CFiSession>& session) override;
     int makeSnapshots(const CFiSmartPtr<CFiSession>& session) override;
 
-    // node: the origin, or the node of the snapshot device. 32: the snapshot device is in use. Twice is harmless.
+    // node: the origin, or the node of the snapshot device. splitNode may be null; its session then finds what no
+    // record tells of. 32: the snapshot device is in use. Twice is harmless.
     int dispose(zfi_domain* parent, zfi_domain* node, zfi_splitnode* splitNode, zfi_disposition disposition) override;
 
   private:
@@ -39,8 +40,6 @@ class CLOOPPlugin : public CFiPluginBase {
     void report(const char* method, int line, const std::string& text);
     CFiPrivateDataFactory& factory() const;
     CLOOPPrivData& dataOf(const CFiSplitNode& entry) const;
-    CLOOPPrivData* holderOf(zfi_domain* node) const;
-    void prepareAll(CFiSession& session);
-    void makeAll(CFiSession& session);
-    void undo(const std::vector<CFiSplitNode*>& made);
+    loopfi::SnapshotRecord recordOf(zfi_domain* node, const std::string& id) const;
+    std::vector<Data> everyData() const;
 };

@@ -131,6 +131,9 @@ void makeTogether(const std::vector<SnapshotPlan*>& plans, Clock::time_point dea
                 undoing += std::string("; undoing it failed: ") + error.what();
             }
         }
+        for (SnapshotPlan* plan : plans) {
+            plan->release();
+        }
         if (undoing.empty()) {
             throw;
         }

@@ -35,11 +35,15 @@ class SnapshotPlan {
 
     // Before the freeze: reserves the name, makes sure of a free loop device, measures.
     void prepare();
+    const std::string& id() const { return id_; }
     const CopyForecast& forecast() const { return forecast_; }
 
     // Inside the freeze: copies and attaches. After a failure neither file nor device is left, and it may be called
     // again.
     void make(Clock::time_point deadline);
+
+    // Gives the reserved name back; make reserves it again.
+    void release() { reserved_.reset(); }
 
     // What there is: the reserved file after prepare, the snapshot after make, nothing after a failure.
     const SnapshotRecord& record() const { return record_; }
@@ -58,8 +62,8 @@ class SnapshotPlan {
 // factor of 3, does not fit it.
 void prepareTogether(const std::vector<SnapshotPlan*>& plans, std::chrono::milliseconds budget);
 
-// Makes all of them or none: after a failure those already made are disposed of; where that fails too, the error says
-// so behind the first cause.
+// Makes all of them or none: after a failure those already made are disposed of and the others' names given back; where
+// that fails too, the error says so behind the first cause.
 void makeTogether(const std::vector<SnapshotPlan*>& plans, Clock::time_point deadline);
 
 // Detaches every loop device over the snapshot's file and deletes the file. What is gone already is no error, nor is an
