@@ -1,0 +1,46 @@
+#include "host/installation.h"
+
+#include <filesystem>
+
+namespace tarnctl {
+
+std::vector<std::string> defaultProviderFolders() {
+    std::vector<std::string> folders;
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (!error) {
+        const std::filesystem::path prefix = program.parent_path().parent_path();
+        folders.push_back((prefix / "lib").string());
+        folders.push_back((prefix / "lib/tarnfi").string());
+    }
+    folders.emplace_back("/usr/lib/tarnfi");
+    return folders;
+}
+
+Result<Providers*> Installation::providers() {
+    if (!providers_.empty()) {
+        return &providers_;
+    }
+    for (const std::string& name : settings_.providerNames) {
+        auto provider = Provider::load(name, settings_.providerFolders, tap_);
+        if (!provider) {
+            providers_.clear();
+            return provider.failure();
+        }
+        providers_.push_back(std::move(*provider));
+    }
+    return &providers_;
+}
+
+Result<Catalog*> Installation::catalog() {
+    if (!catalog_) {
+        auto opened = settings_.catalogPath.empty() ? Catalog::open() : Catalog::open(settings_.catalogPath);
+        if (!opened) {
+            return opened.failure();
+        }
+        catalog_ = std::move(*opened);
+    }
+    return &*catalog_;
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,59 @@
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "host/road/interruption.h"
+#include "host/verbs/verb.h"
+#include "znfi.h"
+
+namespace {
+
+using namespace tarnctl;
+
+// The lines of the providers go where ZFI_TRACE_FILE says; without it they go nowhere, because every error shows the
+// level-1 lines that belong to it.
+void discard(void*, int, const char*, const char*) {}
+
+void addOptions(CLI::App& app, Settings& settings) {
+    app.add_flag("--json", settings.isJson, "answer with one JSON document on standard output");
+    app.add_option("--catalog", settings.catalogPath, "the catalog of snapshots")->envname("TARNFI_CATALOG");
+    app.add_option("--provider-path", settings.providerFolders, "folders searched for providers")
+        ->delimiter(':')
+        ->envname("TARNFI_PROVIDER_PATH");
+    app.add_option("--provider", settings.providerNames, "providers to load, in the order in which they are asked")
+        ->delimiter(',');
+    app.add_option("--freeze-budget", settings.freezeBudgetMs, "longest time to stay frozen, in milliseconds")
+        ->check(CLI::Range(100, 60'000))
+        ->capture_default_str();
+    app.set_version_flag("--version", std::string("tarnctl ") + TARNFI_VERSION);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Settings settings;
+    settings.callerUmask = ::umask(022);
+    ::umask(settings.callerUmask | 022);  // mount points are made by a command: nobody else may write to them
+    Verb chosen;
+    CLI::App app("Snapshots of mounted file systems: freeze, copy, thaw, mount the copy read-only.", "tarnctl");
+    app.require_subcommand(1);
+    app.fallthrough();
+    addOptions(app, settings);
+    for (auto* add : {&addProbe, &addSnapshot, &addList, &addShow, &addDelete, &addRun, &addPlugin}) {
+        add(app, chosen);
+    }
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::kUsage);
+    }
+    if (settings.providerFolders.empty()) {
+        settings.providerFolders = defaultProviderFolders();
+    }
+    if (std::getenv("ZFI_TRACE_FILE") == nullptr) {
+        znfi_trace_sink(&discard, nullptr);
+    }
+    noteInterruptions();
+    Installation installation(settings);
+    return chosen(installation);
+}

@@ -1,0 +1,189 @@
+#include "host/road/undo_road.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "host/freeze/fs_freeze.h"
+#include "host/freeze/held_directory.h"
+#include "host/mounts/fs_lock.h"
+#include "host/mounts/mount_table.h"
+#include "host/provider/node.h"
+
+namespace tarnctl {
+namespace {
+
+// The device that a block device file stands for; 0 when there is none.
+dev_t deviceBehind(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISBLK(status.st_mode) ? status.st_rdev : 0;
+}
+
+bool saysBusy(const Failure& failure) {
+    for (const std::string& line : failure.traceLines) {
+        if (line.find("busy") != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+// A living tarnctl holds the directory of the mount point, so where nothing is mounted there is none.
+Status UndoRoad::undoAlone(const std::string& snapshotId) {
+    auto record = catalog_.snapshot(snapshotId);
+    if (!record) {
+        return record.failure();
+    }
+    auto table = MountTable::read();
+    if (!table) {
+        return table.failure();
+    }
+    const MountEntry* origin = table->visibleAt(record->origin.mountPoint);
+    if (origin == nullptr) {
+        return undo(snapshotId);
+    }
+    auto lock = FsLock::take(origin->device, origin->point);
+    return lock ? undo(snapshotId) : Status(lock.failure());
+}
+
+Status UndoRoad::undo(const std::string& snapshotId) {
+    auto record = catalog_.snapshot(snapshotId);
+    if (!record || record->state == SnapshotState::kGone) {
+        return record ? Status(Done{}) : Status(record.failure());
+    }
+    if (Status deleting = catalog_.setState(snapshotId, SnapshotState::kDeleting); !deleting) {
+        return deleting;
+    }
+    auto steps = catalog_.stepsToUndo(snapshotId);
+    if (!steps) {
+        return steps.failure();
+    }
+    for (const StepRecord& step : *steps) {
+        if (Status undone = undoStep(step); !undone) {
+            if (Status noted = catalog_.noteUndoFailure(step.key, undone.failure().cause); !noted) {
+                undone.failure().undoing.push_back(noted.failure());
+            }
+            return undone;
+        }
+        if (Status noted = catalog_.undone(step.key); !noted) {
+            return noted;
+        }
+    }
+    return catalog_.setState(snapshotId, SnapshotState::kGone);
+}
+
+Status UndoRoad::undoStep(const StepRecord& step) {
+    const std::string& name = step.intent.name;
+    if (name == step::kMount) {
+        auto undo = mountUndoOf(step);
+        return undo ? unmount(*undo) : Status(undo.failure());
+    }
+    if (name == step::kMake || name == step::kPrepare) {
+        auto undo = volumeUndoOf(step);
+        return undo ? disposeOfVolume(step, *undo) : Status(undo.failure());
+    }
+    if (name == step::kFreeze && step.state == StepState::kIntended) {
+        auto undo = freezeUndoOf(step);
+        return undo ? thaw(*undo) : Status(undo.failure());
+    }
+    return Done{};
+}
+
+Status UndoRoad::unmount(const MountUndo& undo) {
+    auto table = MountTable::read();
+    if (!table) {
+        return table.failure();
+    }
+    const auto mounts = table->allAt(undo.alternate);
+    if (mounts.empty()) {
+        return removeLeftDirectory(undo);
+    }
+    const dev_t snapshot = deviceBehind(undo.snapshotDevice);
+    if (mounts.size() != 1 || snapshot == 0 || mounts.front()->device != snapshot) {
+        return Failure{
+            ExitCode::kFailed, "unmount the snapshot", undo.alternate,
+            fmt::format("what is mounted there now is not (only) {}: unmount it first", undo.snapshotDevice)};
+    }
+    auto owner = provider(undo.provider);
+    if (!owner) {
+        return owner.failure();
+    }
+    Node origin(**owner, undo.origin);
+    Node alternate(**owner, undo.alternate);
+    zfi_accessnode access{nullptr, 1, 0};
+    CallOutcome outcome = (*owner)->call(
+        [&](const EntryPoints& entry) { return entry.deport_tree(origin.record(), alternate.record(), &access); });
+    if (!outcome.isOk()) {
+        Failure failure = failureOf(**owner, outcome, "unmount the snapshot", undo.alternate);
+        failure.code = saysBusy(failure) ? ExitCode::kBusy : failure.code;
+        return failure;
+    }
+    return Done{};
+}
+
+// A mount point that was made for a mount that never came about. One that holds anything is not ours.
+Status UndoRoad::removeLeftDirectory(const MountUndo& undo) {
+    if (undo.hadDirectory || ::rmdir(undo.alternate.c_str()) == 0 || errno == ENOENT) {
+        return Done{};
+    }
+    return Failure{ExitCode::kFailed, "remove the mount point", undo.alternate, std::strerror(errno)};
+}
+
+Status UndoRoad::disposeOfVolume(const StepRecord& step, const VolumeUndo& undo) {
+    auto owner = provider(undo.provider);
+    if (!owner) {
+        return owner.failure();
+    }
+    auto nodes = catalog_.nodes(step.key.snapshot);
+    if (!nodes) {
+        return nodes.failure();
+    }
+    Node device(**owner, undo.device);
+    device.joinSession(step.key.snapshot, 0);
+    for (const NodeRecord& node : *nodes) {
+        if (node.node.role == NodeRole::kDevice && node.node.name == undo.device && node.blob) {
+            const std::string& bytes = node.blob->bytes;
+            if (Status restored = device.restoreState(bytes.substr(0, bytes.find('\0'))); !restored) {
+                return restored;
+            }
+        }
+    }
+    CallOutcome outcome = (*owner)->call([&](const EntryPoints& entry) {
+        return entry.dispose(nullptr, device.record(), device.split(), ZFI_DISPOSITION_REMOVE);
+    });
+    if (!outcome.isOk()) {
+        return failureOf(**owner, outcome, "remove the snapshot of", undo.device);
+    }
+    return Done{};
+}
+
+// Only reached when nobody wrote down how the window ended: the process was killed inside it.
+Status UndoRoad::thaw(const FreezeUndo& undo) {
+    auto directory = HeldDirectory::open(undo.mountPoint);
+    if (!directory || directory->device() != static_cast<dev_t>(undo.fsDevice)) {
+        return Done{};  // it is not mounted there any more
+    }
+    const ThawAnswer answer = thawFs(directory->fd());
+    if (answer.outcome == ThawOutcome::kDone || answer.outcome == ThawOutcome::kWasNotFrozen) {
+        return Done{};
+    }
+    return Failure{ExitCode::kMayBeFrozen, "thaw", undo.mountPoint,
+                   fmt::format("{}; it may still be frozen. Thaw it with: {}", std::strerror(answer.error),
+                               thawCommand(undo.mountPoint, undo.fsType))};
+}
+
+Result<Provider*> UndoRoad::provider(const std::string& name) {
+    for (const auto& loaded : providers_) {
+        if (loaded->name() == name) {
+            return loaded.get();
+        }
+    }
+    return Failure{ExitCode::kNotFound, "look the provider up", name, "it is not loaded; name it with --provider"};
+}
+
+}  // namespace tarnctl

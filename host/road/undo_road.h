@@ -1,0 +1,36 @@
+// Takes a snapshot apart from its record alone, whole or half-made: newest step first, each only where its effect is
+// still there. Doing it twice is harmless.
+#pragma once
+
+#include <string>
+
+#include "host/catalog/catalog.h"
+#include "host/installation.h"
+#include "host/report/failure.h"
+#include "host/road/step_undo.h"
+
+namespace tarnctl {
+
+class UndoRoad {
+  public:
+    // Borrowed. The caller holds the file system's lock, or takes it with undoAlone.
+    UndoRoad(Providers& providers, Catalog& catalog) : providers_(providers), catalog_(catalog) {}
+
+    // Stops at the first step that cannot be undone: what lies below it is still in use. kBusy when the copy is.
+    Status undo(const std::string& snapshotId);
+    // The same after making sure that no other tarnctl works on that file system.
+    Status undoAlone(const std::string& snapshotId);
+
+  private:
+    Status undoStep(const StepRecord& step);
+    Status unmount(const MountUndo& undo);
+    Status removeLeftDirectory(const MountUndo& undo);
+    Status disposeOfVolume(const StepRecord& step, const VolumeUndo& undo);
+    Status thaw(const FreezeUndo& undo);
+    Result<Provider*> provider(const std::string& name);
+
+    Providers& providers_;
+    Catalog& catalog_;
+};
+
+}  // namespace tarnctl

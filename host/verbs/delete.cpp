@@ -1,0 +1,44 @@
+// delete ID: takes a snapshot apart, whole or half-made. A second time is harmless.
+#include <fmt/format.h>
+
+#include "host/road/undo_road.h"
+#include "host/verbs/snapshot_view.h"
+#include "host/verbs/verb.h"
+
+namespace tarnctl {
+namespace {
+
+int remove(Installation& installation, const std::string& id) {
+    if (Status removed = deleteSnapshot(installation, id); !removed) {
+        return answer(installation, removed.failure());
+    }
+    if (installation.settings().isJson) {
+        printJson(Json{{"ok", true}, {"id", id}, {"state", nameOf(SnapshotState::kGone)}});
+    } else {
+        printText(fmt::format("{}  gone\n", terminalText(id)));
+    }
+    return 0;
+}
+
+}  // namespace
+
+Status deleteSnapshot(Installation& installation, const std::string& id) {
+    auto catalog = installation.catalog();
+    if (!catalog) {
+        return catalog.failure();
+    }
+    auto providers = installation.providers();
+    if (!providers) {
+        return providers.failure();
+    }
+    return UndoRoad(**providers, **catalog).undoAlone(id);
+}
+
+void addDelete(CLI::App& app, Verb& chosen) {
+    CLI::App* verb = app.add_subcommand("delete", "unmount and remove a snapshot, also one that was never finished");
+    auto id = std::make_shared<std::string>();
+    verb->add_option("id", *id, "the snapshot's id")->required();
+    verb->callback([&chosen, id] { chosen = [id](Installation& installation) { return remove(installation, *id); }; });
+}
+
+}  // namespace tarnctl

@@ -1,0 +1,83 @@
+#include "host/verbs/snapshot_view.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include "host/road/step_undo.h"
+
+namespace tarnctl {
+namespace {
+
+std::int64_t nanoseconds(std::chrono::steady_clock::time_point at) {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(at.time_since_epoch()).count();
+}
+
+std::string createdText(std::int64_t ns) {
+    const auto seconds = static_cast<std::time_t>(ns / 1'000'000'000);
+    return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(seconds));
+}
+
+}  // namespace
+
+Json madeJson(const Snapshot& snapshot) {
+    Json json;
+    json["ok"] = !snapshot.isBroken;
+    json["id"] = snapshot.id;
+    putBytes(json, "mountPoint", snapshot.mountPoint);
+    putBytes(json, "device", snapshot.device);
+    json["type"] = snapshot.fsType;
+    putBytes(json, "alternate", snapshot.alternate);
+    putBytes(json, "snapshotDevice", snapshot.snapshotDevice);
+    json["consistency"] = nameOf(snapshot.isBroken ? Consistency::kBroken : Consistency::kFrozen);
+    json["windowNs"] = snapshot.still.count();
+    json["volumeLayerNs"] = snapshot.made.count();
+    json["frozenAtNs"] = nanoseconds(snapshot.frozenAt);
+    json["thawedAtNs"] = nanoseconds(snapshot.thawedAt);
+    return json;
+}
+
+std::string madeText(const Snapshot& snapshot) {
+    return fmt::format("{}  {} -> {}  (stood still {:.1f} ms)\n", snapshot.id, terminalText(snapshot.mountPoint),
+                       terminalText(snapshot.alternate), static_cast<double>(snapshot.still.count()) / 1e6);
+}
+
+Json recordJson(const SnapshotRecord& record, const std::string& alternate) {
+    Json json;
+    json["id"] = record.id;
+    json["state"] = nameOf(record.state);
+    json["consistency"] = nameOf(record.consistency);
+    putBytes(json, "mountPoint", record.origin.mountPoint);
+    putBytes(json, "device", record.origin.device);
+    json["type"] = record.origin.fsType;
+    putBytes(json, "alternate", alternate);
+    json["created"] = createdText(record.createdNs);
+    json["windowNs"] = record.windowNs ? Json(*record.windowNs) : Json(nullptr);
+    return json;
+}
+
+std::string recordText(const SnapshotRecord& record, const std::string& alternate) {
+    return fmt::format("{}  {}  {:<8} {:<9} {} {}\n", record.id, createdText(record.createdNs), nameOf(record.state),
+                       nameOf(record.consistency), terminalText(record.origin.mountPoint), terminalText(alternate));
+}
+
+Result<std::string> alternateOf(const Catalog& catalog, const std::string& snapshotId) {
+    auto steps = catalog.steps(snapshotId);
+    if (!steps) {
+        return steps.failure();
+    }
+    for (const StepRecord& step : *steps) {
+        if (step.intent.name == step::kMount && step.state != StepState::kUndone) {
+            auto undo = mountUndoOf(step);
+            return undo ? Result<std::string>(undo->alternate) : Result<std::string>(undo.failure());
+        }
+    }
+    return std::string();
+}
+
+Failure brokenFailure(const Snapshot& snapshot) {
+    return {
+        ExitCode::kFailed, "snapshot", snapshot.mountPoint,
+        fmt::format("somebody thawed the file system before the snapshot was whole: {} is marked broken", snapshot.id)};
+}
+
+}  // namespace tarnctl
