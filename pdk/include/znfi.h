@@ -49,8 +49,9 @@ ZNFI_API void znfi_free_providerlist(zfi_provider_list *list);
 /* Levels: 1 errors, 2 warnings, 3 progress, 6 detail; 7 is the runtime's own. A line is written when its level is not
  * above the threshold. ZFI_TRACE_LEVEL and ZFI_TRACE_FILE give the start values (2, standard error). */
 
-/* Receives a text unchanged: no time, no line break added. Called on the tracing thread, never re-entered by one
- * thread; it must not trace. */
+/* Receives a text unchanged: no time, no line break added. Called on the tracing thread (what was held: on the one that
+ * releases), for one text at a time. What it traces itself is dropped; it must not call the functions below and must
+ * not throw. */
 typedef void znfi_trace_sink_fn(void *context, int level, const char *plugin, const char *text);
 
 /* Sends lines to the sink instead of the file; a null sink goes back to the file. Not while other threads trace. */
@@ -59,13 +60,19 @@ ZNFI_API void znfi_trace_sink(znfi_trace_sink_fn *sink, void *context);
 ZNFI_API void znfi_trace_tap(znfi_trace_sink_fn *tap, void *context);
 ZNFI_API void znfi_trace_set_level(int level);
 ZNFI_API int znfi_trace_level(void);
-/* Appends to this file from now on (created 0600, never through a symbolic link); null: standard error.
- * 0, or the errno of the failed open: lines then go where they went before. */
+/* Appends to this file from now on (created 0600, never through a link); null: standard error. 0, or an errno and lines
+ * go where they went before: ELOOP for a symbolic link, EMLINK for a file with several names, EINVAL for what is neither
+ * a regular file nor a character device. ZFI_TRACE_FILE is opened with the first line; a file that cannot be opened
+ * leaves the lines on standard error.
+ * A line is "time process level plug-in road text": UTC with milliseconds, "-" where there is no plug-in or road; one
+ * trailing line break of the text is dropped, its further lines begin with "| ". */
 ZNFI_API int znfi_trace_file(const char *path);
 /* Written into every line of the file; at most 31 bytes are kept; null or "" clears it. */
 ZNFI_API void znfi_trace_road(const char *roadId);
-/* Between hold and release (counted) lines gather in a buffer allocated beforehand and nothing is written anywhere,
- * sinks included; the last release writes them in order. Lines beyond the buffer are counted and the count is reported. */
+/* Between hold and release (counted) lines gather, with the time at which they were traced, in a buffer of 1 MiB that
+ * the first hold allocates and touches, and nothing is written anywhere, sinks included; the last release writes them in
+ * order. From the first line that does not fit on, lines are only counted, and the release reports the count as a line
+ * of level 7 of "znfi". A release without a hold does nothing. */
 ZNFI_API void znfi_trace_hold(void);
 ZNFI_API void znfi_trace_release(void);
 

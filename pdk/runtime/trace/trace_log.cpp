@@ -1,6 +1,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "cfierrormanager.h"
 #include "cfitracelog.h"
@@ -8,6 +9,8 @@
 #include "trace/trace_output.h"
 
 namespace {
+
+using znfi_runtime::ScratchText;
 
 constexpr int kDefaultLevel = 2;
 
@@ -20,6 +23,32 @@ struct StartLevel {
         }
     }
 };
+
+// The formatted text, as long as the scratch lives; nothing when it cannot be formatted or memory is out.
+std::string_view formatted(ScratchText& scratch, const char* format, va_list arguments) noexcept {
+    va_list again;
+    va_copy(again, arguments);
+    char* text = scratch.reserve(ScratchText::kOnStack);
+    const int size = std::vsnprintf(text, ScratchText::kOnStack, format, arguments);
+    if (size >= static_cast<int>(ScratchText::kOnStack)) {
+        const size_t room = static_cast<size_t>(size) + 1;
+        text = scratch.reserve(room);
+        if (text != nullptr) {
+            std::vsnprintf(text, room, format, again);
+        }
+    }
+    va_end(again);
+    return size < 0 || text == nullptr ? std::string_view() : std::string_view(text, static_cast<size_t>(size));
+}
+
+// Kept out of line: a caller at a disabled level pays for the compare and not for this frame.
+[[gnu::noinline]] void write(const zfi_tstring& name, int level, const char* format, va_list arguments) noexcept {
+    ScratchText scratch;
+    const std::string_view text = formatted(scratch, format, arguments);
+    if (text.data() != nullptr) {
+        znfi_runtime::traceOutput().write(level, {name.c_str(), name.length()}, text);
+    }
+}
 
 }  // namespace
 
@@ -42,29 +71,13 @@ CFiTraceLog::CFiTraceLog() = default;
 CFiTraceLog::~CFiTraceLog() = default;
 
 void CFiTraceLog::trace(int level, const char* format, ...) {
-    using znfi_runtime::ScratchText;
     if (!isEnabled(level) || format == nullptr) {
         return;
     }
-    ScratchText scratch;
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    char* text = scratch.reserve(ScratchText::kOnStack);
-    const int size = std::vsnprintf(text, ScratchText::kOnStack, format, arguments);
-    if (size >= static_cast<int>(ScratchText::kOnStack)) {
-        const size_t room = static_cast<size_t>(size) + 1;
-        text = scratch.reserve(room);
-        if (text != nullptr) {
-            std::vsnprintf(text, room, format, again);
-        }
-    }
-    va_end(again);
+    write(name_, level, format, arguments);
     va_end(arguments);
-    if (size >= 0 && text != nullptr) {
-        znfi_runtime::traceOutput().write(level, {name_.c_str(), name_.length()}, {text, static_cast<size_t>(size)});
-    }
 }
 
 void CFiTraceLog::initialize(const zfi_tstring& name, const zfi_tstring&, const zfi_tstring&, int, bool) {

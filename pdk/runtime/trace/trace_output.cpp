@@ -14,7 +14,7 @@ constexpr std::string_view kOwnName = "znfi";
 
 constinit TraceOutput output;
 
-// Set while a sink runs on this thread: it must not come back here.
+// Set while a sink or tap runs on this thread: it must not come back here.
 thread_local bool inDelivery = false;
 
 timespec now() noexcept {
@@ -42,11 +42,19 @@ void TraceOutput::write(int level, std::string_view plugin, std::string_view tex
     }
 }
 
+bool TraceOutput::Receiver::take(const TraceLine& line) const noexcept {
+    if (function == nullptr) {
+        return false;
+    }
+    inDelivery = true;
+    function(context, line.level, line.plugin.data(), line.text.data());
+    inDelivery = false;
+    return true;
+}
+
 void TraceOutput::deliver(const TraceLine& line) noexcept {
-    if (sink_ != nullptr) {
-        inDelivery = true;
-        sink_(context_, line.level, line.plugin.data(), line.text.data());
-        inDelivery = false;
+    tap_.take(line);
+    if (sink_.take(line)) {
         return;
     }
     openStartFile();
@@ -79,8 +87,12 @@ void TraceOutput::openStartFile() noexcept {
 
 void TraceOutput::setSink(znfi_trace_sink_fn* sink, void* context) noexcept {
     const std::lock_guard lock(mutex_);
-    sink_ = sink;
-    context_ = context;
+    sink_ = {sink, context};
+}
+
+void TraceOutput::setTap(znfi_trace_sink_fn* tap, void* context) noexcept {
+    const std::lock_guard lock(mutex_);
+    tap_ = {tap, context};
 }
 
 int TraceOutput::openFile(const char* path) noexcept {
@@ -113,6 +125,10 @@ void TraceOutput::release() noexcept {
 
 void znfi_trace_sink(znfi_trace_sink_fn* sink, void* context) {
     znfi_runtime::traceOutput().setSink(sink, context);
+}
+
+void znfi_trace_tap(znfi_trace_sink_fn* tap, void* context) {
+    znfi_runtime::traceOutput().setTap(tap, context);
 }
 
 int znfi_trace_file(const char* path) {
