@@ -51,6 +51,11 @@ void runFloor(benchmark::State& state, const Command& command) {
     std::vector<std::string> arguments = command.arguments;
     const std::vector<char*> pointers = argumentVector(arguments);
     static char buffer[65536];
+    // The runner's environment, as programs start faster without a locale to load.
+    static char path[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
+    static char locale[] = "LC_ALL=C";
+    static char language[] = "LANG=C";
+    static char* const environment[] = {path, locale, language, nullptr};
     for (auto _ : state) {
         int ends[2];
         if (::pipe2(ends, O_CLOEXEC) != 0) {
@@ -61,7 +66,7 @@ void runFloor(benchmark::State& state, const Command& command) {
         ::posix_spawn_file_actions_init(&actions);
         ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
         pid_t child = 0;
-        if (::posix_spawn(&child, pointers[0], &actions, nullptr, pointers.data(), environ) != 0) {
+        if (::posix_spawn(&child, pointers[0], &actions, nullptr, pointers.data(), environment) != 0) {
             state.SkipWithError("posix_spawn");
             return;
         }

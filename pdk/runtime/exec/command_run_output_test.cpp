@@ -85,7 +85,7 @@ TEST(CommandOutput, HundredMegabytesInBoundedMemory) {
     const long grown = peakKib() - before;
     EXPECT_EQ(ran.outcome.code, ZFI_EXEC_PIPE_SUCCESS);
     ASSERT_GT(before, 0);
-    EXPECT_LT(grown, 40 * 1024);  // 12 MiB of bytes, and the lines made of what is kept
+    EXPECT_LT(grown, 70 * 1024);  // 12 MiB of bytes and the lines made of them; three times that in a sanitized build
     const auto marker = std::find_if(ran.lines.begin(), ran.lines.end(),
                                      [](const std::string& line) { return line.starts_with("[... "); });
     ASSERT_NE(marker, ran.lines.end());

@@ -12,8 +12,11 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "command_run_testing.h"
+#include "descriptor.h"
 
 namespace znfi_runtime {
 namespace {
@@ -54,20 +57,25 @@ class ChildSignal {
     struct sigaction before_ {};
 };
 
-// At most `count` open descriptors while it lives.
-class DescriptorLimit {
+// Leaves exactly `count` descriptors free while it lives.
+class FewDescriptors {
   public:
-    explicit DescriptorLimit(int count) {
+    explicit FewDescriptors(int count) {
         ::getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit tight{static_cast<rlim_t>(count), before_.rlim_max};
+        const rlimit tight{64, before_.rlim_max};
         ::setrlimit(RLIMIT_NOFILE, &tight);
+        for (Descriptor one(::dup(0)); one; one = Descriptor(::dup(0))) {
+            held_.push_back(std::move(one));
+        }
+        held_.resize(held_.size() - static_cast<std::size_t>(count));
     }
-    DescriptorLimit(const DescriptorLimit&) = delete;
-    DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-    ~DescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+    FewDescriptors(const FewDescriptors&) = delete;
+    FewDescriptors& operator=(const FewDescriptors&) = delete;
+    ~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
 
   private:
     rlimit before_{};
+    std::vector<Descriptor> held_;
 };
 
 TEST(CommandResult, MissingProgramIsSeven) {
@@ -105,21 +113,17 @@ TEST(CommandResult, LineThatCannotBeParsedIsSix) {
 }
 
 TEST(CommandResult, NoPipeIsOne) {
-    const DescriptorLimit none(0);
+    const FewDescriptors one(1);
     EXPECT_EQ(run("/bin/true").outcome.code, ZFI_EXEC_PIPE_CREATE_PIPE_FAILED);
 }
 
 TEST(CommandResult, NoDescriptorForStandardInputIsEight) {
-    const int lowestFree = ::dup(0);
-    ::close(lowestFree);
-    const DescriptorLimit two(lowestFree + 2);
+    const FewDescriptors two(2);
     EXPECT_EQ(run("/bin/true").outcome.code, ZFI_EXEC_PIPE_ERROR_UNEXPECTED);
 }
 
-TEST(CommandResult, RunsWithTheThreeLastDescriptors) {
-    const int lowestFree = ::dup(0);
-    ::close(lowestFree);
-    const DescriptorLimit three(lowestFree + 3);
+TEST(CommandResult, RunsWithTheFourLastDescriptors) {
+    const FewDescriptors four(4);
     EXPECT_EQ(run("/bin/true").outcome.code, ZFI_EXEC_PIPE_SUCCESS);
 }
 

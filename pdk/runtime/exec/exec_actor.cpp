@@ -49,7 +49,10 @@ int arguments(int count, char** values) {
     const char verdict = attached ? 'y' : 'n';
     if (::write(ready, &verdict, 1) == 1 && attached) {
         siginfo_t info{};
-        ::waitid(P_PID, static_cast<id_t>(traced), &info, WEXITED | WNOWAIT);
+        while (::waitid(P_PID, static_cast<id_t>(traced), &info, WEXITED | WNOWAIT) == 0 &&
+               info.si_code == CLD_TRAPPED) {
+            ::usleep(10000);  // stopped by a signal, not dead
+        }
         ::sleep(7);
     }
     std::_Exit(0);
