@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <iterator>
 
 #include "report/utf8.h"
@@ -84,6 +85,21 @@ void appendFailure(std::string& out, const Failure& failure, int indent) {
     }
 }
 
+std::optional<std::string> bytesOfHexadecimal(std::string_view digits) {
+    constexpr int kBase = 16;
+    std::string bytes;
+    for (; digits.size() >= 2; digits.remove_prefix(2)) {
+        unsigned char byte = 0;
+        const char* end = digits.data() + 2;
+        const auto read = std::from_chars(digits.data(), end, byte, kBase);
+        if (read.ec != std::errc{} || read.ptr != end) {
+            return std::nullopt;
+        }
+        bytes += static_cast<char>(byte);
+    }
+    return digits.empty() ? std::optional<std::string>(bytes) : std::nullopt;
+}
+
 void putFailure(Json& object, const Failure& failure) {
     object["operation"] = failure.operation;
     putBytes(object, "subject", failure.subject);
@@ -139,6 +155,18 @@ void putBytes(Json& object, const std::string& key, std::string_view bytes) {
         fmt::format_to(std::back_inserter(hexadecimal), "{:02x}", static_cast<unsigned char>(byte));
     }
     object[key + "Bytes"] = hexadecimal;
+}
+
+std::optional<std::string> getBytes(const Json& object, const std::string& key) {
+    const auto coded = object.find(key + "Bytes");
+    if (coded != object.end()) {
+        return coded->is_string() ? bytesOfHexadecimal(coded->get_ref<const std::string&>()) : std::nullopt;
+    }
+    const auto plain = object.find(key);
+    if (plain == object.end() || !plain->is_string()) {
+        return std::nullopt;
+    }
+    return plain->get<std::string>();
 }
 
 std::string jsonText(const Json& value) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,10 @@ Json failureJson(const Failure& failure);
 // Stores `bytes` under `key`, and when they are no UTF-8 their hexadecimal form under `key` + "Bytes". For every field
 // of every verb that holds a name from the system.
 void putBytes(Json& object, const std::string& key, std::string_view bytes);
+
+// What putBytes stored, exactly; nothing where `object` is no object, the key is missing or what is there is no such
+// text. Never throws.
+std::optional<std::string> getBytes(const Json& object, const std::string& key);
 
 // One line of pure ASCII (everything else is escaped), no line break at its end. Bytes that are no UTF-8 become U+FFFD;
 // never fails for them.

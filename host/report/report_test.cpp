@@ -72,6 +72,19 @@ TEST(Report, bytesThatAreNoUtf8KeepJsonWholeAndAreGivenBesideIt) {
     EXPECT_FALSE(failureJson(freezeFailure()).contains("subjectBytes"));
 }
 
+TEST(Report, bytesComeBackAsTheyWentIn) {
+    for (const std::string& bytes :
+         {std::string("/plain"), std::string("/d\xff\xc3"), std::string("a\0\xfe", 3), std::string()}) {
+        Json object = Json::object();
+        putBytes(object, "path", bytes);
+        EXPECT_EQ(getBytes(Json::parse(jsonText(object)), "path"), bytes) << testing::PrintToString(bytes);
+    }
+    for (const char* text : {"{}", "[]", "7", R"({"path":7})", R"({"path":"x","pathBytes":"7"})",
+                             R"({"pathBytes":"zz"})", R"({"pathBytes":"-1"})", R"({"pathBytes":[]})"}) {
+        EXPECT_EQ(getBytes(Json::parse(text), "path"), std::nullopt) << text;
+    }
+}
+
 TEST(Report, jsonIsOneLineThatNoTerminalActsOn) {
     Json value = Json::object();
     value["x"] = std::string("\x1b\x7f\n\xc2\x9b\xe2\x80\xae\0", 10);
