@@ -1,0 +1,87 @@
+#include "catalog/catalog_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "catalog/catalog.h"
+#include "testing/temporary_folder.h"
+
+namespace tarnctl {
+namespace {
+
+mode_t rightsOf(const std::string& path) {
+    constexpr mode_t kRights = 07777;
+    struct stat status {};
+    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+    return status.st_mode & kRights;
+}
+
+TEST(CatalogFile, folderAndFilesAreForTheOwnerOnly) {
+    const TemporaryFolder folder;
+    const mode_t before = umask(0);
+    const Result<Catalog> catalog = Catalog::open(folder.at("tarnfi/catalog.db"));
+    umask(before);
+    ASSERT_TRUE(catalog) << catalog.failure().cause;
+    EXPECT_EQ(rightsOf(folder.at("tarnfi")), 0700U);
+    for (const std::string& file : catalog->files()) {
+        EXPECT_EQ(rightsOf(file), 0600U) << file;
+    }
+}
+
+TEST(CatalogFile, refusesWhatOthersMayWrite) {
+    const TemporaryFolder folder;
+    ASSERT_TRUE(Catalog::open(folder.at("catalog.db")));
+    ASSERT_EQ(chmod(folder.at("catalog.db").c_str(), 0620), 0);
+    const Result<Catalog> byFile = Catalog::open(folder.at("catalog.db"));
+    ASSERT_FALSE(byFile);
+    EXPECT_EQ(byFile.failure().code, ExitCode::kUnsupported);
+    ASSERT_EQ(chmod(folder.at("catalog.db").c_str(), 0600), 0);
+    ASSERT_EQ(chmod(folder.path().c_str(), 01777), 0);
+    const Result<Catalog> byFolder = Catalog::open(folder.at("catalog.db"));
+    ASSERT_FALSE(byFolder);
+    EXPECT_EQ(byFolder.failure().subject, folder.path());
+}
+
+TEST(CatalogFile, refusesWhatBelongsToAnotherUser) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root: gives a file to another user";
+    }
+    constexpr uid_t kNobody = 65534;
+    const TemporaryFolder folder;
+    ASSERT_TRUE(Catalog::open(folder.at("catalog.db")));
+    ASSERT_EQ(chown(folder.at("catalog.db").c_str(), kNobody, kNobody), 0);
+    EXPECT_FALSE(Catalog::open(folder.at("catalog.db")));
+}
+
+TEST(CatalogFile, refusesLinksAndFolders) {
+    const TemporaryFolder folder;
+    ASSERT_TRUE(Catalog::open(folder.at("catalog.db")));
+    std::filesystem::create_symlink(folder.at("catalog.db"), folder.at("link.db"));
+    EXPECT_FALSE(Catalog::open(folder.at("link.db")));
+    std::filesystem::create_directory(folder.at("folder.db"));
+    EXPECT_FALSE(Catalog::open(folder.at("folder.db")));
+    EXPECT_FALSE(Catalog::open(folder.path() + "/"));
+}
+
+TEST(CatalogFile, linksOnTheWayToTheFolderAreFine) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.at("real"));
+    std::filesystem::permissions(folder.at("real"), std::filesystem::perms::owner_all);
+    std::filesystem::create_directory_symlink(folder.at("real"), folder.at("link"));
+    const Result<Catalog> catalog = Catalog::open(folder.at("link/catalog.db"));
+    ASSERT_TRUE(catalog) << catalog.failure().cause;
+    EXPECT_EQ(catalog->files().front(), folder.at("real/catalog.db"));
+}
+
+TEST(CatalogFile, aMissingParentIsAFailure) {
+    const TemporaryFolder folder;
+    const Result<Catalog> catalog = Catalog::open(folder.at("a/b/catalog.db"));
+    ASSERT_FALSE(catalog);
+    EXPECT_NE(catalog.failure().cause.find("No such file"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tarnctl

@@ -1,0 +1,78 @@
+#include "catalog/catalog.h"
+
+namespace tarnctl {
+
+Result<std::int64_t> Catalog::addNode(const std::string& snapshotId, const NewNode& node) {
+    Result<Transaction> transaction = write();
+    if (!transaction) {
+        return transaction.failure();
+    }
+    // A parent of another snapshot would be deleted with that snapshot, and this node with it.
+    Result<Statement> statement = database_.prepare(
+        "INSERT INTO nodes (snapshot, role, provider, name, parent)"
+        " SELECT s.id, ?2, ?3, ?4, ?5 FROM snapshots s WHERE s.id = ?1"
+        " AND (?5 IS NULL OR EXISTS (SELECT 1 FROM nodes p WHERE p.id = ?5 AND p.snapshot = s.id))");
+    if (!statement) {
+        return statement.failure();
+    }
+    statement->bind(snapshotId).bind(nameOf(node.role)).bind(node.provider).bind(node.name).bind(node.parent);
+    if (Status status = statement->run(); !status) {
+        return status.failure();
+    }
+    if (database_.changes() == 0) {
+        return notFound("snapshot or parent node", snapshotId);
+    }
+    const Result<std::int64_t> id = database_.integerOf("SELECT last_insert_rowid()");
+    if (!id) {
+        return id;
+    }
+    if (Status status = transaction->commit(); !status) {
+        return status.failure();
+    }
+    return id;
+}
+
+Status Catalog::writeBlob(std::int64_t nodeId, const Blob& blob) {
+    Result<Transaction> transaction = write();
+    if (!transaction) {
+        return transaction.failure();
+    }
+    Result<Statement> statement = database_.prepare("UPDATE nodes SET blob = ?, encoding = ? WHERE id = ?");
+    if (!statement) {
+        return statement.failure();
+    }
+    statement->bindBlob(blob.bytes).bind(std::int64_t{blob.encoding}).bind(nodeId);
+    return commitOneChange(*transaction, *statement, "node", std::to_string(nodeId));
+}
+
+Result<std::vector<NodeRecord>> Catalog::nodes(const std::string& snapshotId) const {
+    Result<Statement> statement = database_.prepare(
+        "SELECT id, role, provider, name, parent, blob, encoding FROM nodes WHERE snapshot = ? ORDER BY id");
+    if (!statement) {
+        return statement.failure();
+    }
+    statement->bind(snapshotId);
+    std::vector<NodeRecord> found;
+    for (;;) {
+        const Result<bool> row = statement->step();
+        if (!row) {
+            return row.failure();
+        }
+        if (!*row) {
+            return found;
+        }
+        const auto role = nodeRoleNamed(statement->text(1));
+        if (!role) {
+            return Failure{ExitCode::kFailed, "read the catalog", database_.file(), "a node's role is unknown"};
+        }
+        NodeRecord record{statement->integer(0),
+                          {*role, statement->text(2), statement->text(3), statement->optionalInteger(4)},
+                          std::nullopt};
+        if (!statement->isNull(5)) {
+            record.blob = Blob{statement->text(5), static_cast<std::uint32_t>(statement->integer(6))};
+        }
+        found.push_back(std::move(record));
+    }
+}
+
+}  // namespace tarnctl
