@@ -1,14 +1,12 @@
 #include "text/format_options_reader.h"
 
-#include <memory>
+#include <utility>
 #include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/TransService.hpp>
-#include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 namespace znfi_runtime {
@@ -56,16 +54,30 @@ class OptionHandler : public xercesc::DefaultHandler {
         }
     }
 
-    // With the declaration refused there are no entities but the five of XML itself.
-    void startDTD(const XMLCh*, const XMLCh*, const XMLCh*) override { throw Malformed(); }
-    xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh*) override { throw Malformed(); }
-
     void error(const xercesc::SAXParseException&) override { throw Malformed(); }
     void fatalError(const xercesc::SAXParseException&) override { throw Malformed(); }
 
   private:
     int depth_ = 0;
     CFiFormatOption option_;
+};
+
+// Refuses the document type declaration itself, before any of it is read: what is left has no entities but the five of
+// XML. A handler is not told of a declaration that is empty.
+class Reader : public xercesc::SAX2XMLReaderImpl {
+  public:
+    explicit Reader(OptionHandler& handler) {
+        setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
+        setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
+        setFeature(xercesc::XMLUni::fgXercesSchema, false);
+        setFeature(xercesc::XMLUni::fgXercesLoadSchema, false);
+        setContentHandler(&handler);
+        setLexicalHandler(&handler);
+        setErrorHandler(&handler);
+    }
+    void doctypeDecl(const xercesc::DTDElementDecl&, const XMLCh*, const XMLCh*, bool, bool) override {
+        throw Malformed();
+    }
 };
 
 // Once for the process and never undone: the parser's own count of users is not safe among threads.
@@ -77,28 +89,16 @@ void startParser() {
     static_cast<void>(started);
 }
 
-std::unique_ptr<xercesc::SAX2XMLReader> makeReader(OptionHandler& handler) {
-    std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-    reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-    reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
-    reader->setFeature(xercesc::XMLUni::fgXercesLoadSchema, false);
-    reader->setContentHandler(&handler);
-    reader->setLexicalHandler(&handler);
-    reader->setEntityResolver(&handler);
-    reader->setErrorHandler(&handler);
-    return reader;
-}
-
 }  // namespace
 
 std::map<std::string, CFiFormatOption> readFormatOptions(std::string_view text) noexcept {
     try {
         startParser();
         OptionHandler handler;
-        const auto reader = makeReader(handler);
+        Reader reader(handler);
         const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                                 "format options");
-        reader->parse(source);
+        reader.parse(source);
         return std::move(handler.options);
     } catch (...) {
         return {};
