@@ -119,7 +119,7 @@ typedef int zfi_fn_online(zfi_domain* parent, zfi_domain* node, int operation, z
 
 /* 18 subobj_list (D): the node's sub-objects, after init_node. *objects is made with znfi_alloc_buf and freed by the
  * caller with znfi_free_buf(*objects, *count * sizeof(znfi_objid *)); null with count 0. 3 for any null argument and
- * for a node without private data. Each call makes a new array. */
+ * for a node without private data. 5: no memory. Each call makes a new array. */
 typedef int zfi_fn_subobj_list(zfi_domain* node, znfi_objid*** objects, int* count);
 
 /* 19 build_alttree (D, W): on the host of the origin, after make: mounts snapshotObjects[0] read-only under the
@@ -186,7 +186,8 @@ typedef int zfi_fn_process_providerstate(zfi_domain* node, zfi_blob* blob, zfi_o
  * that the caller frees with znfi_free_providerlist. 3 when list is null. Each call makes a new list. */
 typedef int zfi_fn_get_provider_info(zfi_provider_list** list);
 
-/* 32 enumerate_nodes: the nodes the provider knows by itself. 3 when list is null. Default: 0, an empty list. */
+/* 32 enumerate_nodes: the nodes the provider knows by itself. 3 when list or count is null. Default: 0, an empty list.
+ */
 typedef int zfi_fn_enumerate_nodes(zfi_node_list** list, int* count, int flags, char* name);
 
 /* 33 enumerate_group_nodes (D): groups of nodes. Default: 0, an empty list. */
@@ -198,7 +199,7 @@ typedef int zfi_fn_enumerate_fims(zfi_fim_list** list);
 /* 35 enumerate_associations (D): which nodes belong together. Default: 0, an empty list. */
 typedef int zfi_fn_enumerate_associations(zfi_assoc_list** list);
 
-/* 36 isvalid_node_association (D): may these nodes belong together? The answer through valid. Default 2. */
+/* 36 isvalid_node_association (D): may these nodes belong together? The answer through valid. Default: 0, *valid 0. */
 typedef int zfi_fn_isvalid_node_association(zfi_assoc* association, int* valid);
 
 /* 37 get_associated_nodes (D): the nodes that belong to node. Default: 0, an empty list. */
@@ -209,11 +210,12 @@ typedef int zfi_fn_check_node_existence(zfi_domain* node, int* exists);
 
 /* ---- Messages ----------------------------------------------------------------------------------------------- */
 
-/* 39 get_last_error: the messages since init or del_last_error, newest first; null when there is none. The list is the
- * provider's and valid until the next get_last_error, del_last_error or fini; the caller frees nothing. */
+/* 39 get_last_error: the messages since init or del_last_error, newest first; null when there is none. Each call makes
+ * a new list, which the caller gives back with del_last_error. */
 typedef int zfi_fn_get_last_error(zfi_msg_info** list);
 
-/* 40 del_last_error: drops every message and the list that get_last_error gave; sets *list to null. May be repeated. */
+/* 40 del_last_error: releases the list of one get_last_error and sets *list to null; drops every message kept. *list
+ * may be null; other lists stay valid until they are given back. */
 typedef int zfi_fn_del_last_error(zfi_msg_info** list);
 
 /* 41 get_locale_message: the text of a message of get_last_error in a locale ("" or null: the default one). *text
@@ -257,7 +259,7 @@ typedef int zfi_fn_resync(znfi_objid** objects, znfi_objid** snapshots, long cou
 typedef int zfi_fn_get_status(znfi_objid** objects, znfi_objid** snapshots, long count, char* name, long flags,
                               long* status);
 
-/* 49 query_valid_secondaries (D): objects that name may be restored to. Default: 0, an empty list. */
+/* 49 query_valid_secondaries (D): objects that name may be restored to. Default 2. */
 typedef int zfi_fn_query_valid_secondaries(char* name, znfi_objid*** objects, long* count);
 
 /* 50 res_status (D): the status of one resource. Default 2. */
@@ -269,7 +271,7 @@ typedef int zfi_fn_revisit_pgn_nodes(zfi_pgn_node_list* list);
 /* 52 verify_qscombos (D, L): may these nodes be frozen and split off together? 0: yes. Default 0. */
 typedef int zfi_fn_verify_qscombos(zfi_splitnode* single, zfi_splitnode** nodes, int count);
 
-/* 53 set_import_options (D, L): the hosts and options that a later import will use. Default 0. */
+/* 53 set_import_options (D, L): the hosts and options that a later import will use. Default 2. */
 typedef int zfi_fn_set_import_options(zfi_splitnode* single, zfi_splitnode** nodes, int count, zfi_host_infn* hosts,
                                       int flags, void* options);
 
@@ -279,7 +281,7 @@ typedef int zfi_fn_start_build_alttree(zfi_domain* node, znfi_objid** objects, v
 /* ---- Resources ---------------------------------------------------------------------------------------------- */
 
 /* 55 translate_resource_names (D): only an empty list is accepted: 3 when names or translated is null or count is not
- * 0. Default 0. */
+ * 0. Default 2, *translated null. */
 typedef int zfi_fn_translate_resource_names(char** names, int count, char** translated);
 
 /* 56 import_resource (D, W): makes devices visible as a resource on this host. Default 2. */
@@ -338,17 +340,18 @@ typedef int zfi_fn_set_op_status(zfi_domain* node, int status);
 /* 69 set_comp_status (D): how the operation ended for one component. Default 0. */
 typedef int zfi_fn_set_comp_status(zfi_domain* node, int kind, char* component, int status);
 
-/* 70 set_restorepaths (D): the paths that a restore will write to. Default 0. */
+/* 70 set_restorepaths (D): the paths that a restore will write to. Default 2. */
 typedef int zfi_fn_set_restorepaths(zfi_domain* node, char* path, int flags);
 
-/* 71 createSnapReplicaNode (D): a replica of the node's snapshot was made. Default 0. */
+/* 71 createSnapReplicaNode (D): a replica of the node's snapshot was made. Default 2. */
 typedef int zfi_fn_createSnapReplicaNode(zfi_domain* node, zfi_snapreplica_ele* element);
 
 /* 72 update_snapshot_id (D): the snapshot got another identity. Default 0. */
 typedef int zfi_fn_update_snapshot_id(zfi_domain* node, zfi_domain* altNode, zfi_snapreplica_ele* element, int flags);
 
 /* 73 update_snapshot_handle (D): tells the session which object is the snapshot of a node, before make: that is the
- * name that make turns into the node's id. A second call replaces the name. Names are copied. */
+ * name that make turns into the node's id. 3 when the session does not hold the node. A second call replaces the name.
+ * Names are copied. */
 typedef int zfi_fn_update_snapshot_handle(char* sessionId, zfi_snapreplica_ele* element);
 
 /* 74 getSnapshotSetId (D): the set that the node's snapshot belongs to. Default 2. */
