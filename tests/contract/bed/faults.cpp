@@ -1,0 +1,115 @@
+#include "faults.h"
+
+#include <dlfcn.h>
+#include <mntent.h>
+#include <sys/statfs.h>
+#include <sys/statvfs.h>
+#include <sys/vfs.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include "host.h"
+#include "znfi.h"
+
+#define BED_REPLACES extern "C" __attribute__((visibility("default")))
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define BED_OWNS_MALLOC 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define BED_OWNS_MALLOC 0
+#endif
+#endif
+#ifndef BED_OWNS_MALLOC
+#define BED_OWNS_MALLOC 1
+#endif
+
+namespace {
+
+bed::Faults active;
+int buffers = 0;
+
+template <typename Function>
+Function* next(const char* name) {
+    void* found = dlsym(RTLD_NEXT, name);
+    return reinterpret_cast<Function*>(found);
+}
+
+void raiseOnce() {
+    if (active.raise) {
+        std::exchange(active.raise, nullptr)();
+    }
+}
+
+}  // namespace
+
+namespace bed {
+
+void setFaults(const Faults& faults) {
+    active = faults;
+    buffers = 0;
+}
+
+bool canRefuseMemory() {
+    return BED_OWNS_MALLOC != 0;
+}
+
+}  // namespace bed
+
+BED_REPLACES znfi_objid* znfi_get_objid(const char* name, uint32_t length, int flag) {
+    static auto* real = next<decltype(znfi_get_objid)>("znfi_get_objid");
+    raiseOnce();
+    return name != nullptr && !active.noObjidFor.empty() && active.noObjidFor == name ? nullptr
+                                                                                      : real(name, length, flag);
+}
+
+BED_REPLACES void* znfi_alloc_buf(size_t size) {
+    static auto* real = next<decltype(znfi_alloc_buf)>("znfi_alloc_buf");
+    raiseOnce();
+    return ++buffers == active.noBufferAtCall ? nullptr : real(size);
+}
+
+BED_REPLACES zfi_provider_list* znfi_build_providerlist_node(const char* name, uint64_t capabilities, uint32_t kind,
+                                                             const zfi_version* version, char* const* fiTypes) {
+    static auto* real = next<decltype(znfi_build_providerlist_node)>("znfi_build_providerlist_node");
+    raiseOnce();
+    return active.noProviderNode ? nullptr : real(name, capabilities, kind, version, fiTypes);
+}
+
+BED_REPLACES FILE* fopen(const char* path, const char* mode) {
+    static auto* real = next<decltype(fopen)>("fopen");
+    bed::beforeOpening(path);
+    return real(path, mode);
+}
+
+BED_REPLACES FILE* fopen64(const char* path, const char* mode) {
+    return fopen(path, mode);
+}
+
+BED_REPLACES FILE* setmntent(const char* path, const char* mode) noexcept {
+    static auto* real = next<decltype(setmntent)>("setmntent");
+    bed::beforeOpening(path);
+    return real(path, mode);
+}
+
+BED_REPLACES int statfs(const char* path, struct statfs* info) noexcept {
+    static auto* real = next<decltype(statfs)>("statfs");
+    errno = EIO;
+    return active.noStatfs ? -1 : real(path, info);
+}
+
+BED_REPLACES int statvfs(const char* path, struct statvfs* info) noexcept {
+    static auto* real = next<decltype(statvfs)>("statvfs");
+    errno = EIO;
+    return active.noStatvfs ? -1 : real(path, info);
+}
+
+#if BED_OWNS_MALLOC
+extern "C" void* __libc_malloc(size_t size);
+
+BED_REPLACES void* malloc(size_t size) noexcept {
+    return size == sizeof(char*) && active.noPathArray ? nullptr : __libc_malloc(size);
+}
+#endif

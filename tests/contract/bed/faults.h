@@ -1,0 +1,27 @@
+// What the runtime refuses. The functions are defined by the test program, which the loader asks first, and hand every
+// call on that is not refused; openings of the mount table are reported to the host (host.h) on the way.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace bed {
+
+struct Faults {
+    std::string noObjidFor = {};       // znfi_get_objid answers null for this name
+    int noBufferAtCall = 0;            // the n-th znfi_alloc_buf answers null
+    bool noProviderNode = false;       // znfi_build_providerlist_node answers null
+    bool noPathArray = false;          // malloc of one pointer answers null
+    bool noStatfs = false;             // statfs fails
+    bool noStatvfs = false;            // statvfs fails
+    std::function<void()> raise = {};  // called, and expected to throw, by the first znfi_ call
+};
+
+void setFaults(const Faults& faults);
+inline void clearFaults() {
+    setFaults({});
+}
+// Can noPathArray be had? Not where a sanitizer owns malloc.
+bool canRefuseMemory();
+
+}  // namespace bed
