@@ -1,13 +1,13 @@
-#include "catalog/catalog.h"
+#include "host/catalog/catalog.h"
 
 #include <sys/random.h>
 
 #include <algorithm>
 
-#include "catalog/catalog_file.h"
-#include "catalog/schema.h"
-#include "catalog/snapshot_id.h"
-#include "catalog/wall_clock.h"
+#include "host/catalog/catalog_file.h"
+#include "host/catalog/schema.h"
+#include "host/catalog/snapshot_id.h"
+#include "host/catalog/wall_clock.h"
 
 namespace tarnctl {
 namespace {

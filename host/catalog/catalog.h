@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "catalog/database.h"
-#include "catalog/records.h"
-#include "report/failure.h"
+#include "host/catalog/database.h"
+#include "host/catalog/records.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

@@ -3,8 +3,8 @@
 
 #include <fstream>
 
-#include "catalog/catalog_test_case.h"
-#include "testing/private_mounts.h"
+#include "host/catalog/catalog_test_case.h"
+#include "host/testing/private_mounts.h"
 
 namespace tarnctl {
 namespace {

@@ -8,7 +8,7 @@
 #include <functional>
 #include <thread>
 
-#include "catalog/catalog_test_case.h"
+#include "host/catalog/catalog_test_case.h"
 
 namespace {
 

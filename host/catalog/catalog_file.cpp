@@ -1,4 +1,4 @@
-#include "catalog/catalog_file.h"
+#include "host/catalog/catalog_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "report/system_failure.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {

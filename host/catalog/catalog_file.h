@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "report/failure.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

@@ -1,4 +1,4 @@
-#include "catalog/catalog_file.h"
+#include "host/catalog/catalog_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -6,8 +6,8 @@
 
 #include <fstream>
 
-#include "catalog/catalog.h"
-#include "testing/temporary_folder.h"
+#include "host/catalog/catalog.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

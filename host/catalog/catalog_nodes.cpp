@@ -1,4 +1,4 @@
-#include "catalog/catalog.h"
+#include "host/catalog/catalog.h"
 
 namespace tarnctl {
 

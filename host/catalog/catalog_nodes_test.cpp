@@ -1,4 +1,4 @@
-#include "catalog/catalog_test_case.h"
+#include "host/catalog/catalog_test_case.h"
 
 namespace tarnctl {
 namespace {

@@ -1,6 +1,6 @@
-#include "catalog/catalog.h"
-#include "catalog/wall_clock.h"
-#include "report/report.h"
+#include "host/catalog/catalog.h"
+#include "host/catalog/wall_clock.h"
+#include "host/report/report.h"
 
 namespace tarnctl {
 namespace {

@@ -1,11 +1,11 @@
-#include "catalog/catalog.h"
+#include "host/catalog/catalog.h"
 
 #include <fstream>
 #include <memory>
 
-#include "catalog/catalog_test_case.h"
-#include "catalog/snapshot_id.h"
-#include "catalog/wall_clock.h"
+#include "host/catalog/catalog_test_case.h"
+#include "host/catalog/snapshot_id.h"
+#include "host/catalog/wall_clock.h"
 
 namespace tarnctl {
 namespace {

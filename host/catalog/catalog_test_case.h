@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "catalog/catalog.h"
-#include "testing/temporary_folder.h"
+#include "host/catalog/catalog.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 

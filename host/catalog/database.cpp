@@ -1,4 +1,4 @@
-#include "catalog/database.h"
+#include "host/catalog/database.h"
 
 #include <sqlite3.h>
 
@@ -6,7 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "report/system_failure.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "catalog/statement.h"
-#include "report/failure.h"
+#include "host/catalog/statement.h"
+#include "host/report/failure.h"
 
 struct sqlite3;
 

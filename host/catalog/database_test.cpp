@@ -1,11 +1,11 @@
-#include "catalog/database.h"
+#include "host/catalog/database.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <string>
 
-#include "testing/temporary_folder.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

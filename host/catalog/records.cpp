@@ -1,4 +1,4 @@
-#include "catalog/records.h"
+#include "host/catalog/records.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "catalog/schema.h"
+#include "host/catalog/schema.h"
 
 #include <array>
 

@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "catalog/database.h"
+#include "host/catalog/database.h"
 
 namespace tarnctl {
 

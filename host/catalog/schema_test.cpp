@@ -1,4 +1,4 @@
-#include "catalog/schema.h"
+#include "host/catalog/schema.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "catalog/catalog.h"
-#include "testing/temporary_folder.h"
+#include "host/catalog/catalog.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

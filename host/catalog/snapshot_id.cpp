@@ -1,4 +1,4 @@
-#include "catalog/snapshot_id.h"
+#include "host/catalog/snapshot_id.h"
 
 namespace tarnctl {
 namespace {

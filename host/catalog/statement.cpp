@@ -1,8 +1,8 @@
-#include "catalog/statement.h"
+#include "host/catalog/statement.h"
 
 #include <sqlite3.h>
 
-#include "catalog/database.h"
+#include "host/catalog/database.h"
 
 namespace tarnctl {
 

@@ -1,4 +1,4 @@
-#include "mounts/backing_chain.h"
+#include "host/mounts/backing_chain.h"
 
 #include <fcntl.h>
 #include <linux/loop.h>

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "mounts/mount_table.h"
-#include "report/failure.h"
+#include "host/mounts/mount_table.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

@@ -1,4 +1,4 @@
-#include "mounts/backing_chain.h"
+#include "host/mounts/backing_chain.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -6,7 +6,7 @@
 
 #include <fstream>
 
-#include "testing/temporary_folder.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

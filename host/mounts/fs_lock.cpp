@@ -1,4 +1,4 @@
-#include "mounts/fs_lock.h"
+#include "host/mounts/fs_lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <utility>
 
-#include "mounts/mount_table.h"
-#include "report/system_failure.h"
+#include "host/mounts/mount_table.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "report/failure.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

@@ -1,4 +1,4 @@
-#include "mounts/fs_lock.h"
+#include "host/mounts/fs_lock.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -11,7 +11,7 @@
 #include <fstream>
 #include <optional>
 
-#include "testing/temporary_folder.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

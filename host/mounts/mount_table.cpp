@@ -1,4 +1,4 @@
-#include "mounts/mount_table.h"
+#include "host/mounts/mount_table.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <memory>
 
-#include "report/system_failure.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {

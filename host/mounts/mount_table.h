@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "report/failure.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

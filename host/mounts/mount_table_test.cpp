@@ -1,4 +1,4 @@
-#include "mounts/mount_table.h"
+#include "host/mounts/mount_table.h"
 
 #include <gtest/gtest.h>
 #include <sys/sysmacros.h>

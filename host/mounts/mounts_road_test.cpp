@@ -15,9 +15,9 @@
 #include <string>
 #include <vector>
 
-#include "mounts/backing_chain.h"
-#include "mounts/preflight.h"
-#include "testing/temporary_folder.h"
+#include "host/mounts/backing_chain.h"
+#include "host/mounts/preflight.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

@@ -1,4 +1,4 @@
-#include "mounts/own_paths.h"
+#include "host/mounts/own_paths.h"
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>

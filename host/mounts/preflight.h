@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "mounts/mount_table.h"
-#include "mounts/own_paths.h"
-#include "report/failure.h"
+#include "host/mounts/mount_table.h"
+#include "host/mounts/own_paths.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "mounts/preflight.h"
-#include "report/system_failure.h"
+#include "host/mounts/preflight.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "mounts/preflight.h"
+#include "host/mounts/preflight.h"
 
 namespace tarnctl {
 namespace {

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <map>
 
-#include "mounts/backing_chain.h"
-#include "mounts/preflight.h"
-#include "report/system_failure.h"
+#include "host/mounts/backing_chain.h"
+#include "host/mounts/preflight.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <fstream>
 
-#include "mounts/preflight.h"
-#include "testing/temporary_folder.h"
+#include "host/mounts/preflight.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

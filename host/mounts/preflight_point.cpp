@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "mounts/preflight.h"
+#include "host/mounts/preflight.h"
 
 namespace tarnctl {
 namespace {

@@ -3,8 +3,8 @@
 #include <fstream>
 #include <string>
 
-#include "mounts/preflight.h"
-#include "testing/temporary_folder.h"
+#include "host/mounts/preflight.h"
+#include "host/testing/temporary_folder.h"
 
 namespace tarnctl {
 namespace {

@@ -1,4 +1,4 @@
-#include "report/report.h"
+#include "host/report/report.h"
 
 #include <fmt/format.h>
 
@@ -7,7 +7,7 @@
 #include <charconv>
 #include <iterator>
 
-#include "report/utf8.h"
+#include "host/report/utf8.h"
 
 namespace tarnctl {
 namespace {

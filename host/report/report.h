@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "report/failure.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

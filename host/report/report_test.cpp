@@ -1,11 +1,11 @@
-#include "report/report.h"
+#include "host/report/report.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
 
-#include "report/system_failure.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {

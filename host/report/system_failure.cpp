@@ -1,4 +1,4 @@
-#include "report/system_failure.h"
+#include "host/report/system_failure.h"
 
 #include <string.h>
 

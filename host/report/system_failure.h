@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "report/failure.h"
+#include "host/report/failure.h"
 
 namespace tarnctl {
 

@@ -1,4 +1,4 @@
-#include "report/utf8.h"
+#include "host/report/utf8.h"
 
 namespace tarnctl {
 namespace {

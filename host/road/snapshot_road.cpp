@@ -1,6 +1,7 @@
 #include "host/road/snapshot_road.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 
@@ -290,9 +291,11 @@ Status SnapshotRoad::handOver() {
 
 Status SnapshotRoad::mountAlternate() {
     Provider& provider = fileSystem_->provider();
-    auto intended = catalog_.intend(
-        snapshot_.id, intentOf(step::kMount, MountUndo{provider.name(), origin_->point, snapshot_.alternate,
-                                                       snapshot_.snapshotDevice, alternateName_->existed}));
+    MountUndo undo{provider.name(), origin_->point, snapshot_.alternate, snapshot_.snapshotDevice, std::nullopt};
+    if (struct stat status{}; alternateName_->existed && ::stat(snapshot_.alternate.c_str(), &status) == 0) {
+        undo.directory = {status.st_mode, status.st_uid, status.st_gid};
+    }
+    auto intended = catalog_.intend(snapshot_.id, intentOf(step::kMount, undo));
     if (!intended) {
         return intended.failure();
     }

@@ -7,20 +7,6 @@
 namespace tarnctl {
 namespace {
 
-// Inverse of putBytes. Throws what a malformed text makes the JSON library throw, or out_of_range.
-std::string bytesOf(const Json& object, const std::string& key) {
-    auto hex = object.find(key + "Bytes");
-    if (hex == object.end()) {
-        return object.at(key).get<std::string>();
-    }
-    const auto text = hex->get<std::string>();
-    std::string bytes;
-    for (size_t i = 0; i + 1 < text.size(); i += 2) {
-        bytes.push_back(static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16)));
-    }
-    return bytes;
-}
-
 template <typename Undo, typename Read>
 Result<Undo> parse(const StepRecord& step, Read read) {
     try {
@@ -54,27 +40,35 @@ StepIntent intentOf(const char* name, const MountUndo& undo) {
     putBytes(json, "origin", undo.origin);
     putBytes(json, "alternate", undo.alternate);
     putBytes(json, "snapshotDevice", undo.snapshotDevice);
-    json["hadDirectory"] = undo.hadDirectory;
+    if (undo.directory) {
+        json["directory"] = {
+            {"mode", undo.directory->mode}, {"uid", undo.directory->uid}, {"gid", undo.directory->gid}};
+    }
     return {name, jsonText(json)};
 }
 
 Result<VolumeUndo> volumeUndoOf(const StepRecord& step) {
     return parse<VolumeUndo>(step, [](const Json& json) {
-        return VolumeUndo{json.at("provider").get<std::string>(), bytesOf(json, "device")};
+        return VolumeUndo{json.at("provider").get<std::string>(), getBytes(json, "device").value()};
     });
 }
 
 Result<FreezeUndo> freezeUndoOf(const StepRecord& step) {
     return parse<FreezeUndo>(step, [](const Json& json) {
-        return FreezeUndo{bytesOf(json, "mountPoint"), json.at("type").get<std::string>(),
+        return FreezeUndo{getBytes(json, "mountPoint").value(), json.at("type").get<std::string>(),
                           json.at("fsDevice").get<std::uint64_t>()};
     });
 }
 
 Result<MountUndo> mountUndoOf(const StepRecord& step) {
     return parse<MountUndo>(step, [](const Json& json) {
-        return MountUndo{json.at("provider").get<std::string>(), bytesOf(json, "origin"), bytesOf(json, "alternate"),
-                         bytesOf(json, "snapshotDevice"), json.at("hadDirectory").get<bool>()};
+        MountUndo undo{json.at("provider").get<std::string>(), getBytes(json, "origin").value(),
+                       getBytes(json, "alternate").value(), getBytes(json, "snapshotDevice").value(), std::nullopt};
+        if (auto directory = json.find("directory"); directory != json.end()) {
+            undo.directory = {directory->at("mode").get<mode_t>(), directory->at("uid").get<uid_t>(),
+                              directory->at("gid").get<gid_t>()};
+        }
+        return undo;
     });
 }
 

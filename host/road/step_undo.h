@@ -2,7 +2,10 @@
 // Written before the act, so every name in it is known beforehand.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "host/catalog/records.h"
@@ -32,13 +35,20 @@ struct FreezeUndo {
     std::uint64_t fsDevice = 0;  // device number of the frozen file system
 };
 
+// A directory that was there before the road, so that it is there after it.
+struct KeptDirectory {
+    mode_t mode = 0;
+    uid_t uid = 0;
+    gid_t gid = 0;
+};
+
 // Of kMount.
 struct MountUndo {
     std::string provider;
     std::string origin;
     std::string alternate;
     std::string snapshotDevice;
-    bool hadDirectory = false;  // the (empty) directory was there before
+    std::optional<KeptDirectory> directory;  // the empty one that the mount point was before
 };
 
 StepIntent intentOf(const char* name, const VolumeUndo& undo);

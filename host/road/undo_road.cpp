@@ -12,6 +12,7 @@
 #include "host/mounts/fs_lock.h"
 #include "host/mounts/mount_table.h"
 #include "host/provider/node.h"
+#include "host/report/system_failure.h"
 
 namespace tarnctl {
 namespace {
@@ -101,7 +102,7 @@ Status UndoRoad::unmount(const MountUndo& undo) {
     }
     const auto mounts = table->allAt(undo.alternate);
     if (mounts.empty()) {
-        return removeLeftDirectory(undo);
+        return leaveDirectoryAsItWas(undo);
     }
     const dev_t snapshot = deviceBehind(undo.snapshotDevice);
     if (mounts.size() != 1 || snapshot == 0 || mounts.front()->device != snapshot) {
@@ -123,15 +124,27 @@ Status UndoRoad::unmount(const MountUndo& undo) {
         failure.code = saysBusy(failure) ? ExitCode::kBusy : failure.code;
         return failure;
     }
-    return Done{};
+    return leaveDirectoryAsItWas(undo);
 }
 
-// A mount point that was made for a mount that never came about. One that holds anything is not ours.
-Status UndoRoad::removeLeftDirectory(const MountUndo& undo) {
-    if (undo.hadDirectory || ::rmdir(undo.alternate.c_str()) == 0 || errno == ENOENT) {
+// The layer below removes the mount point with the mount; one that was there before comes back, and one that was made
+// for a mount that never came about goes. One that holds anything is not ours.
+Status UndoRoad::leaveDirectoryAsItWas(const MountUndo& undo) {
+    const char* path = undo.alternate.c_str();
+    if (undo.directory) {
+        if (::mkdir(path, 0700) == 0 && ::chown(path, undo.directory->uid, undo.directory->gid) == 0 &&
+            ::chmod(path, undo.directory->mode & 07777) == 0) {
+            return Done{};
+        }
+        return errno == EEXIST ? Status(Done{})
+                               : systemFailure(ExitCode::kFailed, "make the directory again", undo.alternate,
+                                               "it was there before the snapshot", errno);
+    }
+    if (::rmdir(path) == 0 || errno == ENOENT) {
         return Done{};
     }
-    return Failure{ExitCode::kFailed, "remove the mount point", undo.alternate, std::strerror(errno)};
+    return systemFailure(ExitCode::kFailed, "remove the mount point", undo.alternate, "it was made for the snapshot",
+                         errno);
 }
 
 Status UndoRoad::disposeOfVolume(const StepRecord& step, const VolumeUndo& undo) {

@@ -24,7 +24,7 @@ class UndoRoad {
   private:
     Status undoStep(const StepRecord& step);
     Status unmount(const MountUndo& undo);
-    Status removeLeftDirectory(const MountUndo& undo);
+    Status leaveDirectoryAsItWas(const MountUndo& undo);
     Status disposeOfVolume(const StepRecord& step, const VolumeUndo& undo);
     Status thaw(const FreezeUndo& undo);
     Result<Provider*> provider(const std::string& name);
