@@ -1,6 +1,7 @@
 #include <map>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,31 +15,40 @@ class StatusTexts {
   public:
     const char* get(int code, const std::string& bundle) {
         const std::lock_guard lock(mutex_);
-        const auto known = texts_.find({bundle, code});
-        if (known != texts_.end()) {
-            return known->second.c_str();
+        const Key key{bundle, code};
+        for (const Texts* texts : {&named_, &unknown_}) {
+            if (const auto made = texts->find(key); made != texts->end()) {
+                return made->second.c_str();
+            }
         }
-        if (texts_.size() >= kMaxTexts) {
-            return "unknown status";
+        if (auto text = textOf("STATUS_" + std::to_string(code), bundle, code)) {
+            return named_.try_emplace(key, std::move(*text)).first->second.c_str();
         }
-        return texts_.try_emplace({bundle, code}, make(code, bundle)).first->second.c_str();
+        return unknown(key);
     }
 
   private:
-    static constexpr size_t kMaxTexts = 4096;  // far more than codes there are: numbers come from callers
+    using Key = std::pair<std::string, int>;
+    using Texts = std::map<Key, std::string>;
 
-    static std::string make(int code, const std::string& bundle) {
+    static constexpr size_t kMaxUnknown = 1024;  // numbers come from callers: the table must not grow with them
+
+    static std::optional<std::string> textOf(const std::string& textKey, const std::string& bundle, int code) {
         using namespace znfi_runtime;
-        const std::string number = std::to_string(code);
-        auto text = bundleText(Table::kStatus, bundle, "STATUS_" + number, {});
-        if (!text) {
-            text = bundleText(Table::kStatus, bundle, "UNKNOWN", {icu::UnicodeString(number.c_str())});
+        return bundleText(Table::kStatus, bundle, textKey, {icu::UnicodeString(std::to_string(code).c_str())});
+    }
+
+    const char* unknown(const Key& key) {
+        if (unknown_.size() >= kMaxUnknown) {
+            return "unknown status";
         }
-        return text ? *text : "status " + number;
+        const auto text = textOf("UNKNOWN", key.first, key.second);
+        return unknown_.try_emplace(key, text.value_or("status " + std::to_string(key.second))).first->second.c_str();
     }
 
     std::mutex mutex_;
-    std::map<std::pair<std::string, int>, std::string> texts_;
+    Texts named_;
+    Texts unknown_;
 };
 
 StatusTexts statusTexts;

@@ -25,7 +25,8 @@ int unsupported(Out*... out) {
 // Nothing to list: every out pointer is required.
 template <typename... Out>
 int empty(Out*... out) {
-    if (((out == nullptr) || ...)) {
+    const bool isComplete = ((out != nullptr) && ...);
+    if (!isComplete) {
         return ZFI_ERR_INVALID_ARGUMENT;
     }
     clear(out...);

@@ -25,7 +25,8 @@ struct StartLevel {
 };
 
 // The formatted text, as long as the scratch lives; nothing when it cannot be formatted or memory is out.
-std::string_view formatted(ScratchText& scratch, const char* format, va_list arguments) noexcept {
+[[gnu::format(printf, 2, 0)]] std::string_view formatted(ScratchText& scratch, const char* format,
+                                                         va_list arguments) noexcept {
     va_list again;
     va_copy(again, arguments);
     char* text = scratch.reserve(ScratchText::kOnStack);
@@ -42,7 +43,8 @@ std::string_view formatted(ScratchText& scratch, const char* format, va_list arg
 }
 
 // Kept out of line: a caller at a disabled level pays for the compare and not for this frame.
-[[gnu::noinline]] void write(const zfi_tstring& name, int level, const char* format, va_list arguments) noexcept {
+[[gnu::noinline, gnu::format(printf, 3, 0)]] void write(const zfi_tstring& name, int level, const char* format,
+                                                        va_list arguments) noexcept {
     ScratchText scratch;
     const std::string_view text = formatted(scratch, format, arguments);
     if (text.data() != nullptr) {
