@@ -218,9 +218,9 @@ typedef int zfi_fn_get_last_error(zfi_msg_info** list);
  * may be null; other lists stay valid until they are given back. */
 typedef int zfi_fn_del_last_error(zfi_msg_info** list);
 
-/* 41 get_locale_message: the text of a message of get_last_error in a locale ("" or null: the default one). *text
- * belongs to the caller, who gives it back with del_locale_message; *length receives its bytes without terminator
- * (null: not wanted). */
+/* 41 get_locale_message: the text of a message of get_last_error in a locale ("" or null: the default one). *text belongs
+ * to the caller, who gives it back with del_locale_message; *length receives its bytes, the terminator included. 5: no
+ * memory. */
 typedef int zfi_fn_get_locale_message(int* length, zfi_msg_info* message, const char* locale, char** text);
 
 /* 42 del_locale_message: frees *text and sets it to null; a null *text is passed over. */
