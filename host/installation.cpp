@@ -9,11 +9,9 @@ std::vector<std::string> defaultProviderFolders() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
     if (!error) {
-        const std::filesystem::path prefix = program.parent_path().parent_path();
-        folders.push_back((prefix / "lib").string());
-        folders.push_back((prefix / "lib/tarnfi").string());
+        folders.push_back((program.parent_path().parent_path() / "lib").string());
     }
-    folders.emplace_back("/usr/lib/tarnfi");
+    folders.emplace_back(TARNFI_PROVIDER_FOLDER);
     return folders;
 }
 

@@ -43,7 +43,7 @@ class Installation {
     std::optional<Catalog> catalog_;
 };
 
-// The folders searched when none are named: beside the program (a build tree), then where packages put them.
+// The folders searched when none are named: beside the program (a build tree), then where the install step puts them.
 std::vector<std::string> defaultProviderFolders();
 
 }  // namespace tarnctl
