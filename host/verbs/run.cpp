@@ -37,15 +37,35 @@ std::vector<std::string> withMountPoint(std::vector<std::string> command, const 
     return command;
 }
 
-Result<Ended> runCommand(const std::vector<std::string>& command, mode_t callerUmask) {
+// What a program gets as its standard output: ours, or our standard error where ours is kept for one JSON document.
+class CommandOutput {
+  public:
+    explicit CommandOutput(bool toStandardError) {
+        ::posix_spawn_file_actions_init(&actions_);
+        if (toStandardError) {
+            ::posix_spawn_file_actions_adddup2(&actions_, STDERR_FILENO, STDOUT_FILENO);
+        }
+    }
+    CommandOutput(const CommandOutput&) = delete;
+    CommandOutput& operator=(const CommandOutput&) = delete;
+    ~CommandOutput() { ::posix_spawn_file_actions_destroy(&actions_); }
+
+    const posix_spawn_file_actions_t* actions() const { return &actions_; }
+
+  private:
+    posix_spawn_file_actions_t actions_{};
+};
+
+Result<Ended> runCommand(const std::vector<std::string>& command, const Settings& settings) {
     std::vector<char*> words;
     for (const std::string& word : command) {
         words.push_back(const_cast<char*>(word.c_str()));
     }
     words.push_back(nullptr);
     pid_t child = 0;
-    const mode_t ours = ::umask(callerUmask);
-    const int error = ::posix_spawnp(&child, words[0], nullptr, nullptr, words.data(), environ);
+    const CommandOutput output(settings.isJson);
+    const mode_t ours = ::umask(settings.callerUmask);
+    const int error = ::posix_spawnp(&child, words[0], output.actions(), nullptr, words.data(), environ);
     ::umask(ours);
     if (error != 0) {
         return systemFailure(ExitCode::kCommandFailed, "run", command.front(), "cannot start it", error);
@@ -107,7 +127,7 @@ int run(Installation& installation, const RunRequest& request) {
     Result<Ended> ended = made->isBroken ? Result<Ended>(brokenFailure(*made)) : Ended{};
     if (!made->isBroken) {
         noteInterruptionsWithoutRestart();
-        ended = runCommand(withMountPoint(request.command, made->alternate), installation.settings().callerUmask);
+        ended = runCommand(withMountPoint(request.command, made->alternate), installation.settings());
         forgetInterruption();
     }
     const Status removed = deleteSnapshot(installation, made->id);
@@ -119,7 +139,8 @@ int run(Installation& installation, const RunRequest& request) {
 void addRun(CLI::App& app, Verb& chosen) {
     CLI::App* verb = app.add_subcommand("run",
                                         "run a command on a snapshot, {} in its words being the alternate mount "
-                                        "point, and remove the snapshot afterwards");
+                                        "point, and remove the snapshot afterwards; with --json its standard output "
+                                        "goes to standard error");
     auto request = std::make_shared<RunRequest>();
     verb->add_option("path", request->path, "mount point")->required();
     auto whose = std::make_shared<std::string>("tarnctl");
