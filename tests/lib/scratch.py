@@ -52,9 +52,15 @@ class Scratch:
         self.folder = os.path.join(_ROOM, f"{prefix}{os.getpid()}")
         os.mkdir(self.folder, 0o700)
         self._store = None
+        self.disks = []
 
     def at(self, name):
         return os.path.join(self.folder, name)
+
+    @property
+    def store_folder(self):
+        """Where the store is, or would be."""
+        return self._store or self.at("store")
 
     def store(self):
         """A folder on a file system of its own that clones files in no time, for images: made on the first call."""
@@ -79,7 +85,8 @@ class Scratch:
             kernel.mount(device, point, fs_type, options)
         finally:
             _run("losetup", "--detach", device)  # of a mounted device: with its last user, also when we are killed
-        return Disk(fs_type, image, device, point)
+        self.disks.append(Disk(fs_type, image, device, point))
+        return self.disks[-1]
 
     def tear_down(self):
         """Thaws, unmounts, detaches and deletes all of it. May run twice."""
@@ -91,6 +98,9 @@ class Scratch:
             pid = name.removeprefix(prefix)
             if name.startswith(prefix) and pid.isdigit() and not os.path.exists(f"/proc/{pid}"):
                 clear(os.path.join(_ROOM, name))
+                left = leftovers(name)
+                if left:
+                    raise RuntimeError("a killed run left what cannot be cleared: " + "; ".join(left))
 
 
 def clear(folder):
