@@ -8,6 +8,7 @@
 #include "host/freeze/fs_freeze.h"
 #include "host/guard/freeze_guard.h"
 #include "host/mounts/own_paths.h"
+#include "host/road/away_from_here.h"
 #include "host/road/interruption.h"
 #include "host/road/restrict_mount.h"
 #include "host/road/step_undo.h"
@@ -36,6 +37,7 @@ std::vector<OwnPath> pathsNeededWhileFrozen(const Catalog& catalog) {
 }  // namespace
 
 Result<Snapshot> SnapshotRoad::make(const std::string& path) {
+    const AwayFromHere away;
     if (Status walked = walk(path); !walked) {
         Failure cause = std::move(walked.failure());
         rollBack(cause);
