@@ -1,4 +1,3 @@
-#define _GNU_SOURCE
 #include "private_host.h"
 
 #include <errno.h>
