@@ -28,6 +28,7 @@ class ZNFI_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
 
     // The operations, in slot order.
     virtual int delayedInit();
+    // index: 0 or 1, not checked.
     virtual CFiConfigParamInfoList* globalConfigInfoList(int index, bool second);
     virtual int init();
     virtual void fini();
@@ -43,10 +44,14 @@ class ZNFI_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
                                zfi_intent intent);
     virtual int reAccessAltNode(zfi_domain* node, znfi_objid* altNodeObject, znfi_objid* object, char* fid,
                                 znfi_objid** objects, znfi_objid** altObjects, int count, zfi_intent intent);
+    // Gives the node's private data back to the factory and releases its quiesce record; twice is harmless.
     virtual void deInitNode(zfi_domain* node);
     virtual int dispose(zfi_domain* parent, zfi_domain* node, zfi_splitnode* splitNode, zfi_disposition disposition);
     virtual int online(zfi_domain* parent, zfi_domain* node, int operation, zfi_disposition disposition);
+    // The sub-objects of the node's private data, in a buffer that the caller frees with znfi_free_buf(objects, count *
+    // sizeof *objects); null and 0 when there are none; 3 when the node has no private data.
     virtual int subobjList(zfi_domain* node, znfi_objid*** objects, int* count);
+    // The text of a status in the caller's language; static storage.
     virtual int errMsg(int code, const char** text);
     virtual int buildAltTree(zfi_domain* domain, char* fid, znfi_objid** sourceObjects, znfi_objid** snapshotObjects,
                              int count, znfi_objid** altObject);
@@ -72,10 +77,16 @@ class ZNFI_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     virtual int isValidNodeAssociation(zfi_assoc* association, int* valid);
     virtual int getAssociatedNodes(zfi_node* node, zfi_node_list** list);
     virtual int checkNodeExistence(zfi_domain* node, int* exists);
+    // Knows "trace_level": sets the process's trace threshold to the value of the first argument when there is one (0
+    // to 7; 3 and no change otherwise) and puts out the threshold as argument "level" of type "int".
     virtual int objctl(const zfi_tstring& command, CFiObjctlArgs& arguments);
     virtual int processProviderState(zfi_domain* node, zfi_blob* blob, zfi_op_providerstate operation);
+    // The messages of the error manager, newest first; they stay there. Each call makes a chain of its own.
     virtual int getLastError(zfi_msg_info** list);
+    // Frees that chain, sets *list to null and drops what the error manager holds.
     virtual int delLastError(zfi_msg_info** list);
+    // The text of such a record in another locale (null, "" or an unknown one: the default), in a buffer that
+    // delLocaleMessage frees. length: its bytes with the terminator.
     virtual int getLocaleMessage(int* length, zfi_msg_info* message, const char* locale, char** text);
     virtual int delLocaleMessage(char** text);
     virtual int enableAccess(zfi_node_subobj_list* list, long flags, int reserved, int options);
@@ -117,6 +128,7 @@ class ZNFI_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     virtual int updateSnapshotId(zfi_domain* node, zfi_domain* altNode, zfi_snapreplica_ele* element, int flags);
     virtual int getSnapshotSetId(zfi_domain* node, char** id);
     virtual int preselect(char* sessionId, zfi_splitnode** nodes, int count);
+    // Stores the snapshot object's name in the session's entry of the node; 3 when the session has none.
     virtual int updateSnapshotHandle(const CFiSmartPtr<CFiSession>& session, zfi_snapreplica_ele* element);
     virtual int getSnapdiff(zfi_domain* node, zfi_snapreplica_ele* from, zfi_snapreplica_ele* to, TrieNode_* result);
     virtual int postDeport(zfi_domain* node, zfi_domain* altNode);

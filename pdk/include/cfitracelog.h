@@ -20,7 +20,8 @@ class ZNFI_API CFiTraceLog : public CFiRefCount {
     static bool isEnabled(int level) { return level <= threshold_.load(std::memory_order_relaxed); }
 
     // Formats as printf does and hands the text to the destination (znfi.h) under this log's name. Never fails: what
-    // cannot be formatted or written is dropped.
+    // cannot be formatted or written is dropped. A disabled level formats nothing; ask isEnabled first where making the
+    // arguments is itself dear.
     void trace(int level, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
     // name: the plug-in's name, on every line. The other arguments are kept for providers that pass them and not used.
@@ -46,9 +47,9 @@ class ZNFI_API CFiTraceLog : public CFiRefCount {
 class CFiTraceLogFunction {
   public:
     CFiTraceLogFunction(CFiSmartPtr<CFiTraceLog> log, const char* function, int line, const char* file)
-        : log_(std::move(log)), function_(function), line_(line), file_(baseName(file)) {
+        : log_(std::move(log)), function_(function), line_(line), file_(file) {
         if (CFiTraceLog::isEnabled(kLevel) && canTrace()) {
-            log_->trace(kLevel, "Entering Function %s [%d, %s]", function_, line_, file_);
+            log_->trace(kLevel, "Entering Function %s [%d, %s]", function_, line_, baseName(file_));
         }
     }
     CFiTraceLogFunction(const CFiTraceLogFunction&) = delete;
@@ -58,7 +59,7 @@ class CFiTraceLogFunction {
             return;
         }
         if (line_ != 0) {
-            log_->trace(kLevel, "Exiting Function %s [%d, %s]", function_, line_, file_);
+            log_->trace(kLevel, "Exiting Function %s [%d, %s]", function_, line_, baseName(file_));
         } else {
             log_->trace(kLevel, "Exiting Function %s", function_);
         }
@@ -67,10 +68,8 @@ class CFiTraceLogFunction {
   private:
     static constexpr int kLevel = 6;
 
+    // The part after the last slash; looked for only when a line is written.
     static const char* baseName(const char* path) {
-        if (path == nullptr) {
-            return nullptr;
-        }
         const char* slash = std::strrchr(path, '/');
         return slash == nullptr ? path : slash + 1;
     }
