@@ -13,6 +13,7 @@
 #include "host/mounts/mount_table.h"
 #include "host/provider/node.h"
 #include "host/report/system_failure.h"
+#include "host/road/left_processes.h"
 
 namespace tarnctl {
 namespace {
@@ -21,6 +22,12 @@ namespace {
 dev_t deviceBehind(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && S_ISBLK(status.st_mode) ? status.st_rdev : 0;
+}
+
+void noteBeside(Failure& cause, Status status) {
+    if (!status) {
+        cause.undoing.push_back(std::move(status.failure()));
+    }
 }
 
 bool saysBusy(const Failure& failure) {
@@ -66,9 +73,10 @@ Status UndoRoad::undo(const std::string& snapshotId) {
     }
     for (const StepRecord& step : *steps) {
         if (Status undone = undoStep(step); !undone) {
-            if (Status noted = catalog_.noteUndoFailure(step.key, undone.failure().cause); !noted) {
-                undone.failure().undoing.push_back(noted.failure());
+            if (&step == &steps->front()) {  // nothing was undone: it still is what it was
+                noteBeside(undone.failure(), catalog_.setState(snapshotId, record->state));
             }
+            noteBeside(undone.failure(), catalog_.noteUndoFailure(step.key, undone.failure().cause));
             return undone;
         }
         if (Status noted = catalog_.undone(step.key); !noted) {
@@ -96,6 +104,9 @@ Status UndoRoad::undoStep(const StepRecord& step) {
 }
 
 Status UndoRoad::unmount(const MountUndo& undo) {
+    if (Status waited = awaitCommandsOn({undo.alternate}); !waited) {
+        return waited;
+    }
     auto table = MountTable::read();
     if (!table) {
         return table.failure();
@@ -181,9 +192,12 @@ Status UndoRoad::thaw(const FreezeUndo& undo) {
     if (!directory || directory->device() != static_cast<dev_t>(undo.fsDevice)) {
         return Done{};  // it is not mounted there any more
     }
+    if (Status waited = awaitCommandsOn({undo.mountPoint}); !waited) {
+        return waited;
+    }
     const ThawAnswer answer = thawFs(directory->fd());
     if (answer.outcome == ThawOutcome::kDone || answer.outcome == ThawOutcome::kWasNotFrozen) {
-        return Done{};
+        return endGuardsOf(directory->device(), undo.mountPoint);
     }
     return Failure{ExitCode::kMayBeFrozen, "thaw", undo.mountPoint,
                    fmt::format("{}; it may still be frozen. Thaw it with: {}", std::strerror(answer.error),
