@@ -102,7 +102,9 @@ Window::Ended Window::freezeByProvider() {
     outcome.escaped = escaped == nullptr ? "" : escaped;
     provider.endReports(outcome);
     fail(failureOf(provider, outcome, "freeze", fileSystem_.name()));
-    if (!isSurelyNotFrozen(outcome)) {
+    if (isSurelyNotFrozen(outcome)) {
+        lookForForeignFreeze();
+    } else {
         thawAfterUnknownOutcome();
     }
     return Ended::kNotFrozen;
@@ -126,6 +128,17 @@ Window::Ended Window::freezeByHost() {
             break;
     }
     return Ended::kNotFrozen;
+}
+
+// A command that failed did not freeze; where the file system is frozen all the same, somebody else owns that freeze.
+void Window::lookForForeignFreeze() {
+    const FrozenAnswer answer = isFrozen(directory_.fd());
+    if (answer.proof == FrozenProof::kFrozen) {
+        result_.failure->code = ExitCode::kBusy;
+        result_.failure->cause += "; somebody else has frozen this file system already";
+    } else if (answer.proof == FrozenProof::kLeftFrozen && thawFs(directory_.fd()).outcome == ThawOutcome::kFailed) {
+        mayBeFrozen("it cannot be thawed");
+    }
 }
 
 // The command may have frozen it, and its freeze may still be on its way through the kernel, so one early answer "was

@@ -44,6 +44,7 @@ class Window {
     Ended freeze();
     Ended freezeByProvider();
     Ended freezeByHost();
+    void lookForForeignFreeze();
     void thawAfterUnknownOutcome();
     bool proveFrozen();
     void make();
