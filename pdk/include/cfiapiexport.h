@@ -69,7 +69,8 @@ struct NodeList {
             return false;
         }
         for (int i = 0; i < size; ++i) {
-            if (nodes[i] == nullptr || nodes[i]->domain == nullptr || nodes[i]->domain->objid == nullptr) {
+            const zfi_domain* domain = nodes[i] == nullptr ? nullptr : nodes[i]->domain;
+            if (domain == nullptr || domain->objid == nullptr || domain->objid->name == nullptr) {
                 return false;
             }
         }
