@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "command_run.h"
+#include "run_benchmarks.h"
 
 namespace {
 
@@ -165,10 +166,5 @@ int main(int count, char** arguments) {
         add("popen", runPopen);
         add("g_spawn_sync", runGlib);
     }
-    benchmark::Initialize(&count, arguments);
-    if (benchmark::ReportUnrecognizedArguments(count, arguments)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return runBenchmarks(count, arguments);
 }

@@ -17,6 +17,7 @@
 
 #include "cfiprivatedatafactory.h"
 #include "cfitracelog.h"
+#include "run_benchmarks.h"
 #include "znfi.h"
 
 namespace {
@@ -95,4 +96,6 @@ BENCHMARK(disabledScope);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int count, char** arguments) {
+    return runBenchmarks(count, arguments);
+}
