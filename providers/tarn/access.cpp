@@ -116,7 +116,7 @@ int CTARNPlugin::enableAccess(zfi_node_subobj_list* list, long, int, int options
             return ZFI_ERR_INVALID_ARGUMENT;
         }
         for (zfi_node_subobj_list* entry = list; entry != nullptr; entry = entry->next) {
-            if (nameOf(entry->node) == nullptr) {
+            if (entry->node == nullptr) {
                 return ZFI_ERR_INVALID_ARGUMENT;
             }
             if (!isOffline(*entry->node)) {
@@ -138,7 +138,7 @@ int CTARNPlugin::enableAccessOf(const zfi_node_subobj_list& entry, bool& isDone)
     }
     const char* name = nameOf(entry.node);
     const char* device = nameOf(entry.subobjs[0]);
-    if (device == nullptr) {
+    if (name == nullptr || device == nullptr) {
         return ZFI_ERR_INVALID_ARGUMENT;
     }
     isDone = true;
