@@ -1,7 +1,10 @@
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 
+#include "host/report/system_failure.h"
 #include "host/road/interruption.h"
 #include "host/verbs/verb.h"
 #include "znfi.h"
@@ -26,6 +29,18 @@ void addOptions(CLI::App& app, Settings& settings) {
         ->check(CLI::Range(100, 60'000))
         ->capture_default_str();
     app.set_version_flag("--version", std::string("tarnctl ") + TARNFI_VERSION);
+}
+
+// A script that reads nothing must not take that for an answer.
+bool answerReachedTheReader() {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+        return true;
+    }
+    std::fputs(failureText(systemFailure(ExitCode::kFailed, "write the answer", "standard output",
+                                         "it cannot be written", errno))
+                   .c_str(),
+               stderr);
+    return false;
 }
 
 }  // namespace
@@ -55,5 +70,6 @@ int main(int argc, char** argv) {
     }
     noteInterruptions();
     Installation installation(settings);
-    return chosen(installation);
+    const int status = chosen(installation);
+    return answerReachedTheReader() || status != 0 ? status : static_cast<int>(ExitCode::kFailed);
 }
