@@ -8,14 +8,27 @@ using namespace bed;
 struct Direction {
     const char* entryName;
     const char* methodName;
-    const char* word;
+    const char* retry;  // what a second attempt and a failure are told with, up to the command
+    const char* failure;
+    const char* invalid;  // what a node without private data is told with
     const char* option;
     std::function<int(Bed&, zfi_domain*)> call;
 };
 
-const Direction kDisable = {"cache_disable", "cacheDisable", "disable", "remount,sync",
+const Direction kDisable = {"cache_disable",
+                            "cacheDisable",
+                            "TARN::cacheDisable - retrying command [",
+                            "TARN::cacheDisable - command [",
+                            "Invalid private data for node. Cache disable attempt on file system [/data] failed.",
+                            "remount,sync",
                             [](Bed& bed, zfi_domain* node) { return bed.call().cache_disable(node); }};
-const Direction kEnable = {"cache_enable", "cacheEnable", "enable", "remount", [](Bed& bed, zfi_domain* node) {
+const Direction kEnable = {"cache_enable",
+                           "cacheEnable",
+                           "TARN::cacheEnable - retrying command [",
+                           "TARN::cacheEnable - command [",
+                           "Invalid private data for node. Cache enable attempt on file system [/data] failed.",
+                           "remount",
+                           [](Bed& bed, zfi_domain* node) {
                                bed.call().cache_enable(node);
                                return 0;
                            }};
@@ -32,10 +45,6 @@ Trace runs(const Direction& way, const Trace& inside) {
     return entry(way.entryName, method(way.methodName, inside));
 }
 
-std::string words(const Direction& way, const std::string& text) {
-    return std::string("TARN::") + way.methodName + " - " + text;
-}
-
 void initialise(Bed& bed) {
     bed.initialised("/data", "/dev/sdb1 /data ext3 rw,noatime 0 0\n");
 }
@@ -45,8 +54,7 @@ std::vector<Row> rows(const Direction& way, bool hasStatus) {
     const auto onLastNode = [call = way.call](Bed& bed) { return call(bed, bed.lastNode()); };
     const std::string line = command(way, ",rw,noatime");
     const Command run = argv(way, ",rw,noatime");
-    const Trace tried = {progress("Command : " + line),
-                         progress(words(way, "retrying command [" + line + "] after 2 seconds"))};
+    const Trace tried = {progress("Command : " + line), progress(way.retry + line + "] after 2 seconds")};
     const auto status = [hasStatus](int value) { return hasStatus ? value : 0; };
     return {
         {.name = "remounts_with_the_recorded_options",
@@ -76,7 +84,7 @@ std::vector<Row> rows(const Direction& way, bool hasStatus) {
          .before = initialise,
          .call = onLastNode,
          .status = status(ZFI_ERR_FAILED),
-         .trace = runs(way, {tried, error(words(way, "command [" + line + "] failed with message 'second time'."))}),
+         .trace = runs(way, {tried, error(way.failure + line + "] failed with message 'second time'.")}),
          .commands = {run, run},
          .waits = {.sleeps = {2}},
          .messages = {failedCommand("ZFI_EXEC_PIPE_CMD_FAILED", line)}},
@@ -85,7 +93,7 @@ std::vector<Row> rows(const Direction& way, bool hasStatus) {
          .before = initialise,
          .call = onLastNode,
          .status = status(ZFI_ERR_FAILED),
-         .trace = runs(way, {tried, error(words(way, "command [" + line + "] failed with message ''."))}),
+         .trace = runs(way, {tried, error(way.failure + line + "] failed with message ''.")}),
          .commands = {run, run},
          .waits = {.sleeps = {2}, .limits = {600, 600}},
          .messages = {failedCommand("ZFI_EXEC_PIPE_READ_TIMEOUT", line)}},
@@ -93,8 +101,7 @@ std::vector<Row> rows(const Direction& way, bool hasStatus) {
          .before = [](Bed& bed) { bed.node("/data"); },
          .call = onLastNode,
          .status = status(ZFI_ERR_INVALID_ARGUMENT),
-         .trace = runs(way, error(std::string("Invalid private data for node. Cache ") + way.word +
-                                  " attempt on file system [/data] failed."))},
+         .trace = runs(way, error(way.invalid))},
         {.name = "a_node_without_sub_object_is_refused",
          .before = [](Bed& bed) { bed.restored("/data", {.device = "/dev/sdb1", .type = "ext3"}); },
          .call = onLastNode,

@@ -1,0 +1,23 @@
+// The command runner and the catalogue manager as the plug-in sees them: they can be told to throw, and the runner's
+// arguments are kept.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace raising {
+
+struct Run {
+    std::string command;
+    unsigned long timeout = 0;
+    bool othersAreEmpty = false;
+};
+
+// Called once, and expected to throw: by the next run of a command, by the next registration of a catalogue factory.
+void raiseInRunner(std::function<void()> raise);
+void raiseInCatalog(std::function<void()> raise);
+// The runs since the last call.
+std::vector<Run> takeRuns();
+
+}  // namespace raising

@@ -1,0 +1,192 @@
+// The plug-in's building blocks that no entry point reaches in this form: the same objects that the shipped library is
+// linked from, on the private host.
+#include <gtest/gtest.h>
+
+#include "bed/bed.h"
+#include "tarn_plugin.h"
+
+namespace {
+
+using namespace bed;
+
+class BuildingBlocks : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!reasonToSkip().empty()) {
+            GTEST_SKIP() << reasonToSkip();
+        }
+        clearFaults();
+        shapeHost({});
+        resetWaits();
+        recordTrace();
+    }
+    void TearDown() override { znfi_trace_sink(nullptr, nullptr); }
+
+    // What was done: the trace, then the commands.
+    static void expectDone(const Trace& trace, const Commands& commands) {
+        EXPECT_EQ(takeTrace().render(), trace.render());
+        EXPECT_EQ(render(commandsRun()), render(commands));
+    }
+
+    CTARNPlugin plugin_;
+};
+
+std::string failure(const std::string& command, const std::string& output) {
+    return "command '" + command + "' failed with message '" + output + "'.";
+}
+
+TEST_F(BuildingBlocks, mount_with_empty_options_has_no_option_part) {
+    plugin_.mount("/data", "/dev/sdb1", "");
+    expectDone(primitive("mount", "/bin/mount  \"/dev/sdb1\" \"/data\""), {{"/bin/mount", "/dev/sdb1", "/data"}});
+}
+
+TEST_F(BuildingBlocks, mount_with_options_puts_them_before_the_device) {
+    plugin_.mount("/my data", "/dev/sdb1", "ro,nouuid");
+    expectDone(primitive("mount", "/bin/mount  -o ro,nouuid \"/dev/sdb1\" \"/my data\""),
+               {{"/bin/mount", "-o", "ro,nouuid", "/dev/sdb1", "/my data"}});
+}
+
+TEST_F(BuildingBlocks, a_primitive_that_fails_throws_the_runners_record) {
+    shapeHost({.answers = {{.command = "mount", .exitStatus = 32, .prints = "two\nlines\n"}}});
+    const std::string command = "/bin/mount  \"/dev/sdb1\" \"/data\"";
+    try {
+        plugin_.mount("/data", "/dev/sdb1", "");
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const EFiExecPipe& thrown) {
+        EXPECT_EQ(thrown.message, command);
+        EXPECT_EQ(thrown.wideMessage, std::wstring(command.begin(), command.end()));
+        EXPECT_EQ(thrown.code, ZFI_EXEC_PIPE_CMD_FAILED);
+        EXPECT_EQ(thrown.exitStatus, 32);
+    }
+    expectDone(method("mount", {progress("Command : " + command), error(failure(command, "twolines"))}),
+               {{"/bin/mount", "/dev/sdb1", "/data"}});
+}
+
+TEST_F(BuildingBlocks, umount_quotes_its_path) {
+    plugin_.umount("/my data");
+    expectDone(primitive("umount", "/bin/umount  \"/my data\""), {{"/bin/umount", "/my data"}});
+}
+
+TEST_F(BuildingBlocks, remove_mount_point_passes_its_path_bare) {
+    plugin_.removeMntPoint("/data_alt");
+    expectDone(primitive("removeMntPoint", "/bin/rmdir  /data_alt"), {{"/bin/rmdir", "/data_alt"}});
+}
+
+TEST_F(BuildingBlocks, remove_mount_point_of_a_path_with_a_blank_is_split_and_fails) {
+    shapeHost({.answers = {{.command = "rmdir", .exitStatus = 1, .prints = "no such directory\n"}}});
+    EXPECT_THROW(plugin_.removeMntPoint("/my data"), EFiExecPipe);
+    expectDone(method("removeMntPoint", {progress("Command : /bin/rmdir  /my data"),
+                                         error(failure("/bin/rmdir  /my data", "no such directory"))}),
+               {{"/bin/rmdir", "/my", "data"}});
+}
+
+TEST_F(BuildingBlocks, an_empty_device_gives_a_dump_that_begins_with_the_mount_point) {
+    plugin_.dumpMountInformation("/none", "");
+    const Trace trace = takeTrace();
+    ASSERT_GE(trace.lines().size(), 2U);
+    EXPECT_EQ(trace.lines()[1].text,
+              "dumpInformationMount = Dumping stat information for mount point /none\n"
+              "Stat information failed for the mount point /nonewith error code 2\n");
+}
+
+// ---- executeCommand
+// --------------------------------------------------------------------------------------------------
+
+class ExecuteCommand : public BuildingBlocks {
+  protected:
+    int run(const std::string& command, int timeout = 600) {
+        return CTARNPlugin::executeCommand(command, output_, exitStatus_, timeout);
+    }
+    std::vector<std::string> output_ = {"from before"};
+    int exitStatus_ = -77;
+};
+
+TEST_F(ExecuteCommand, a_silent_success_leaves_output_and_exit_status) {
+    EXPECT_EQ(run("/bin/mount"), ZFI_EXEC_PIPE_SUCCESS);
+    EXPECT_EQ(output_, (std::vector<std::string>{"from before"}));
+    EXPECT_EQ(exitStatus_, -77);
+    expectDone(executes("/bin/mount"), {{"/bin/mount"}});
+}
+
+TEST_F(ExecuteCommand, lines_are_appended_in_order) {
+    shapeHost({.answers = {{.command = "mount", .prints = "one\n\nthree"}}});
+    EXPECT_EQ(run("/bin/mount"), ZFI_EXEC_PIPE_SUCCESS);
+    EXPECT_EQ(output_, (std::vector<std::string>{"from before", "one", "", "three"}));
+}
+
+TEST_F(ExecuteCommand, exit_1_is_result_11_and_exit_status_1) {
+    shapeHost({.answers = {{.command = "mount", .exitStatus = 1}}});
+    EXPECT_EQ(run("/bin/mount"), ZFI_EXEC_PIPE_CMD_FAILED);
+    EXPECT_EQ(exitStatus_, 1);
+    expectDone(executes("/bin/mount", {warning("executeCommand - Exec Pipe failed with error code [11]"),
+                                       warning("executeCommand - Command [/bin/mount] failed with error code [1]")}),
+               {{"/bin/mount"}});
+}
+
+TEST_F(ExecuteCommand, a_command_beyond_its_time_is_result_5_and_the_exit_status_stays) {
+    shapeHost({.answers = {{.command = "mount", .hangs = true}}});
+    EXPECT_EQ(run("/bin/mount", 17), ZFI_EXEC_PIPE_READ_TIMEOUT);
+    EXPECT_EQ(exitStatus_, -77);
+    EXPECT_EQ(waits().limits, (std::vector<int>{17}));
+    expectDone(executes("/bin/mount", {warning("executeCommand - Exec Pipe failed with error code [5]"),
+                                       warning("executeCommand - Command [/bin/mount] has timmedout")}),
+               {{"/bin/mount"}});
+}
+
+TEST_F(ExecuteCommand, a_missing_program_is_result_7_and_the_generic_line) {
+    EXPECT_EQ(run("/bin/tarnfi-test-none"), ZFI_EXEC_PIPE_EXE_DOES_NOT_EXIST);
+    EXPECT_EQ(exitStatus_, -77);
+    expectDone(executes("/bin/tarnfi-test-none", warning("executeCommand - Exec Pipe failed with error code [7]")), {});
+}
+
+TEST_F(ExecuteCommand, a_killed_command_is_result_12_and_the_generic_line) {
+    shapeHost({.answers = {{.command = "mount", .endsBySignal = 9}}});
+    EXPECT_EQ(run("/bin/mount"), ZFI_EXEC_PIPE_CMD_KILLED);
+    EXPECT_EQ(exitStatus_, -77);
+    expectDone(executes("/bin/mount", warning("executeCommand - Exec Pipe failed with error code [12]")),
+               {{"/bin/mount"}});
+}
+
+TEST_F(ExecuteCommand, an_unbalanced_quote_is_result_6_and_runs_nothing) {
+    EXPECT_EQ(run("/bin/mount \"half"), ZFI_EXEC_PIPE_PARSE_COMMAND_FAILED);
+    expectDone(executes("/bin/mount \"half", warning("executeCommand - Exec Pipe failed with error code [6]")), {});
+}
+
+// ---- Private data
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(BuildingBlocks, a_setter_with_a_null_text_keeps_the_value_and_opens_its_scope) {
+    CFiPrivateDataConcreteFactory<CTARNPrivData> factory;
+    factory.registerTraceLog(CFiContextSingleton<CFiTraceLog, FI_PLUGIN_NAME>::instance(false));
+    zfi_domain node{};
+    node.objid = Bed::objid("/data");
+    auto* data = dynamic_cast<CTARNPrivData*>(factory.allocate(&node, false).get());
+    ASSERT_NE(data, nullptr);
+    const std::vector<void (CTARNPrivData::*)(const char*)> setters = {
+        &CTARNPrivData::setDevName, &CTARNPrivData::setAltName, &CTARNPrivData::setFsType, &CTARNPrivData::setMntOpts,
+        &CTARNPrivData::setFsVersion};
+    for (const auto setter : setters) {
+        (data->*setter)("value");
+        (data->*setter)(nullptr);
+    }
+    for (const std::string& value : {data->devName, data->altName, data->fsType, data->mntOpts, data->fsVersion}) {
+        EXPECT_EQ(value, "value");
+    }
+    Trace scopes;
+    for (const char* name : {"setDevName", "setAltName", "setFsType", "setMntOpts", "setFsVersion"}) {
+        scopes = {scopes, method(name), method(name)};
+    }
+    expectDone(scopes, {});
+    factory.deallocate(&node);
+}
+
+TEST_F(BuildingBlocks, null_data_in_a_blob_changes_nothing_and_says_nothing) {
+    CTARNPrivData data(Bed::objid("/data"), false);
+    data.devName = "/dev/sdb1";
+    zfi_blob blob{10, nullptr, ZFI_BLOB_TEXT, 0};
+    EXPECT_EQ(data.setNodeState(&blob), 0);
+    EXPECT_EQ(data.devName, "/dev/sdb1");
+    expectDone({}, {});
+}
+
+}  // namespace
