@@ -17,21 +17,23 @@ struct Direction {
 
 const Direction kDisable = {"cache_disable",
                             "cacheDisable",
-                            "TARN::cacheDisable - retrying command [",
+                            "TARN::cacheDisable - retrying command [/bin/mount -o remount,sync,rw,noatime "
+                            "\"/dev/sdb1\" \"/data\"] after 2 seconds",
                             "TARN::cacheDisable - command [",
                             "Invalid private data for node. Cache disable attempt on file system [/data] failed.",
                             "remount,sync",
                             [](Bed& bed, zfi_domain* node) { return bed.call().cache_disable(node); }};
-const Direction kEnable = {"cache_enable",
-                           "cacheEnable",
-                           "TARN::cacheEnable - retrying command [",
-                           "TARN::cacheEnable - command [",
-                           "Invalid private data for node. Cache enable attempt on file system [/data] failed.",
-                           "remount",
-                           [](Bed& bed, zfi_domain* node) {
-                               bed.call().cache_enable(node);
-                               return 0;
-                           }};
+const Direction kEnable = {
+    "cache_enable",
+    "cacheEnable",
+    "TARN::cacheEnable - retrying command [/bin/mount -o remount,rw,noatime \"/dev/sdb1\" \"/data\"] after 2 seconds",
+    "TARN::cacheEnable - command [",
+    "Invalid private data for node. Cache enable attempt on file system [/data] failed.",
+    "remount",
+    [](Bed& bed, zfi_domain* node) {
+        bed.call().cache_enable(node);
+        return 0;
+    }};
 
 std::string command(const Direction& way, const std::string& options) {
     return std::string("/bin/mount -o ") + way.option + options + " \"/dev/sdb1\" \"/data\"";
@@ -49,12 +51,12 @@ void initialise(Bed& bed) {
     bed.initialised("/data", "/dev/sdb1 /data ext3 rw,noatime 0 0\n");
 }
 
-// The rows of one direction: only words and options differ. failed: what the method answers, where it can be seen.
+// The rows of one direction: only words and options differ. hasStatus: the entry point answers the status.
 std::vector<Row> rows(const Direction& way, bool hasStatus) {
     const auto onLastNode = [call = way.call](Bed& bed) { return call(bed, bed.lastNode()); };
     const std::string line = command(way, ",rw,noatime");
     const Command run = argv(way, ",rw,noatime");
-    const Trace tried = {progress("Command : " + line), progress(way.retry + line + "] after 2 seconds")};
+    const Trace tried = {progress("Command : " + line), progress(way.retry)};
     const auto status = [hasStatus](int value) { return hasStatus ? value : 0; };
     return {
         {.name = "remounts_with_the_recorded_options",
