@@ -102,6 +102,7 @@ Window::Ended Window::freezeByProvider() {
     outcome.escaped = escaped == nullptr ? "" : escaped;
     provider.endReports(outcome);
     fail(failureOf(provider, outcome, "freeze", fileSystem_.name()));
+    hasProviderFailed_ = true;
     if (isSurelyNotFrozen(outcome)) {
         lookForForeignFreeze();
     } else {
@@ -235,6 +236,9 @@ ThawOutcome Window::thawByProvider() {
 void Window::closeReports() {
     CallOutcome ofFileSystem;
     fileSystem_.provider().endReports(ofFileSystem);
+    if (hasProviderFailed_) {
+        result_.failure->traceLines = ofFileSystem.traceLines;  // they were held back as long as it could be frozen
+    }
     CallOutcome ofVolume;
     volume_.provider().endReports(ofVolume);
     if (ofVolume.traceLines.empty()) {

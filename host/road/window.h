@@ -65,6 +65,7 @@ class Window {
     int makeStatus_ = ZFI_OK;
     const char* makeEscaped_ = nullptr;
     const char* thawEscaped_ = nullptr;
+    bool hasProviderFailed_ = false;  // the freeze
 };
 
 }  // namespace tarnctl
