@@ -21,7 +21,7 @@ namespace {
 constexpr const char* kFreezeCommand = "/usr/sbin/xfs_freeze";
 
 std::vector<OwnPath> pathsNeededWhileFrozen(const Catalog& catalog) {
-    std::vector<OwnPath> paths = ownPaths();
+    std::vector<OwnPath> paths;  // those with a name of their own first: the catalog is among the open files, too
     for (const std::string& file : catalog.files()) {
         paths.push_back({"the catalog", file});
     }
@@ -30,6 +30,9 @@ std::vector<OwnPath> pathsNeededWhileFrozen(const Catalog& catalog) {
     }
     for (const char* program : {kFreezeCommand, "/bin/sh", "/bin/mount", "/bin/umount"}) {
         paths.push_back({"a command that the road runs", program});
+    }
+    for (OwnPath& own : ownPaths()) {
+        paths.push_back(std::move(own));
     }
     return paths;
 }
