@@ -17,7 +17,7 @@ def enter_private_mounts():
         raise OSError(error, os.strerror(error), "a mount namespace of our own")
 
 
-_MOUNT_FLAGS = {"ro": 1, "nosuid": 2, "nodev": 4, "noexec": 8, "bind": 4096}
+_MOUNT_FLAGS = {"ro": 1, "nosuid": 2, "nodev": 4, "noexec": 8, "remount": 32, "noatime": 1024, "bind": 4096}
 
 
 def _bytes(name):

@@ -56,7 +56,7 @@ class RoadCase(unittest.TestCase):
         left = [f"mounted: {point}" for point in points]
         images = {disk.image for disk in disks}
         left += [f"attached: {device} over {file}"
-                 for device, file in kernel.loop_devices(containing=self.room.folder).items() if file not in images]
+                 for device, file in kernel.loop_devices(containing=self.room.folder).items() if file.removesuffix(" (deleted)") not in images]
         for folder, folders, files in os.walk(self.room.folder):
             if folder in {disk.point for disk in disks if disk.point != self.room.store_folder}:
                 folders.clear()
