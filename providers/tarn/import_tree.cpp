@@ -107,6 +107,15 @@ int findImport(const std::string& altName, const char* device, bool& isInPlace) 
     return ZFI_OK;
 }
 
+// Nothing is mounted: the name itself is the alternate name, even when no object id can be made of it.
+void importNdmpName(const char* name, CTARNPrivData& data, znfi_objid** altObject) {
+    tarnLog()->trace(kTraceProgress, "Info, import tree node: NDMP USECASE skipping snapshot mount");
+    if (!makeObjectId(name, kTraceError, altObject)) {
+        *altObject = nullptr;
+    }
+    data.setAltName(name);
+}
+
 }  // namespace
 
 int CTARNPlugin::importTreeNode(zfi_domain* domain, znfi_objid**, znfi_objid** altTreeNodeIds, int,
@@ -131,11 +140,7 @@ int CTARNPlugin::importTreeNode(zfi_domain* domain, znfi_objid**, znfi_objid** a
         tarnLog()->trace(kTraceProgress, "Info, import tree altTreeNodeIds: %s ", device);
 
         if (isNdmpName(device)) {
-            tarnLog()->trace(kTraceProgress, "Info, import tree node: NDMP USECASE skipping snapshot mount");
-            if (!makeObjectId(device, kTraceError, altObject)) {
-                *altObject = nullptr;
-            }
-            data->setAltName(device);
+            importNdmpName(device, *data, altObject);
             return ZFI_OK;
         }
 
