@@ -186,18 +186,26 @@ typedef struct zfi_msg_info {
     int32_t severity;          /* R: zfi_eseverity */
 } zfi_msg_info;
 
+/* The enumerations below travel as 32-bit integers, and a provider must take any value that a framework passes: the last
+ * enumerator of each only makes room for it. */
 typedef enum zfi_intent {
     ZFI_INTENT_NONE = 0,
     ZFI_INTENT_READ = 1,
-    ZFI_INTENT_DESTROY = 2 /* the alternate node is about to go: its path need not exist any more */
+    ZFI_INTENT_DESTROY = 2, /* the alternate node is about to go: its path need not exist any more */
+    ZFI_INTENT_WIDTH = 0x7fffffff
 } zfi_intent;
 
 typedef enum zfi_disposition {
     ZFI_DISPOSITION_KEEP = 0,
-    ZFI_DISPOSITION_REMOVE = 1 /* what was made for the node goes with it */
+    ZFI_DISPOSITION_REMOVE = 1, /* what was made for the node goes with it */
+    ZFI_DISPOSITION_WIDTH = 0x7fffffff
 } zfi_disposition;
 
-typedef enum zfi_op_providerstate { ZFI_STATE_RESTORE = 0, ZFI_STATE_SAVE = 1 } zfi_op_providerstate;
+typedef enum zfi_op_providerstate {
+    ZFI_STATE_RESTORE = 0,
+    ZFI_STATE_SAVE = 1,
+    ZFI_STATE_WIDTH = 0x7fffffff
+} zfi_op_providerstate;
 
 /* Operation of online. */
 enum { ZFI_ONLINE_MOUNT = 1, ZFI_ONLINE_UMOUNT = 2 };
