@@ -1,11 +1,13 @@
 """The kernel's side of a test: mounts, loop devices, freezes, its log. Nothing here goes through the product."""
+import contextlib
 import ctypes
 import errno
 import fcntl
 import os
 import re
+import struct
 
-_FIFREEZE, _FITHAW = 0xC0045877, 0xC0045878
+_FIFREEZE, _FITHAW, _LOOP_GET_STATUS64 = 0xC0045877, 0xC0045878, 0x4C05
 _CLONE_NEWNS, _MS_REC, _MS_PRIVATE = 0x00020000, 0x4000, 1 << 18
 _libc = ctypes.CDLL(None, use_errno=True)
 
@@ -83,9 +85,17 @@ def mounts(below=""):
         return [mount for mount in map(Mount, table) if mount.point.startswith(below)]
 
 
+def _holder(device):
+    """The number of the block device below the file system that holds a loop device's backing file."""
+    with open(device, "rb") as file:
+        status = fcntl.ioctl(file, _LOOP_GET_STATUS64, bytes(232))
+    return struct.unpack_from("Q", status)[0]
+
+
 def loop_devices(containing=""):
-    """Device to backing file, of all loop devices with `containing` in the backing file's name."""
-    found = {}
+    """Device to backing file, of all loop devices with `containing` in the backing file's name. A snapshot's file whose
+    mount has gone with its name space has lost its folder: it counts when it lies on one of the others."""
+    found, homeless = {}, {}
     for name in os.listdir("/sys/block"):
         try:
             with open(f"/sys/block/{name}/loop/backing_file", "rb") as file:
@@ -94,6 +104,13 @@ def loop_devices(containing=""):
             continue
         if containing in backing:
             found["/dev/" + name] = backing
+        elif ".tarnfi-" in backing and backing.count("/") == 1:
+            homeless["/dev/" + name] = backing
+    numbers = {os.stat(device).st_rdev for device in found}
+    for device, backing in homeless.items():
+        with contextlib.suppress(OSError):
+            if _holder(device) in numbers:
+                found[device] = backing
     return found
 
 

@@ -108,9 +108,13 @@ def clear(folder):
         with contextlib.suppress(OSError):  # hidden by another mount, or gone with one
             kernel.thaw(mount.point)
         _patiently(lambda point=mount.point: kernel.umount(point), errno.EBUSY)
-    for device in kernel.loop_devices(containing=folder + "/"):
-        subprocess.run(["losetup", "--detach", device], check=False, stderr=subprocess.DEVNULL)
-    shutil.rmtree(folder, ignore_errors=True)
+    deadline = time.monotonic() + 10
+    while (devices := kernel.loop_devices(containing=folder + "/")) and time.monotonic() < deadline:
+        for device in devices:  # one over a file on another goes first; the other one's last user with it
+            subprocess.run(["losetup", "--detach", device], check=False, stderr=subprocess.DEVNULL)
+        time.sleep(0.02)
+    if not devices:  # else it stays, for the next run to find
+        shutil.rmtree(folder, ignore_errors=True)
 
 
 def leftovers(mentioning, *, patience=3.0):
