@@ -1,5 +1,6 @@
 #include "host/road/left_processes.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -9,8 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string_view>
 #include <thread>
@@ -29,10 +28,15 @@ constexpr std::size_t kWordsBeforeScript =
 constexpr auto kBetweenLooks = std::chrono::milliseconds(10);
 constexpr auto kEndOfGuard = std::chrono::seconds(5);
 
-// Processes come and go while one looks: what cannot be read is not there any more.
+// Processes come and go while one looks: what cannot be read is not there any more. No stream: it throws then.
 std::string contentOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string content;
+    const OwnedFd opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 4096> piece{};
+    for (ssize_t got = 0; opened && (got = ::read(opened.get(), piece.data(), piece.size())) > 0;) {
+        content.append(piece.data(), static_cast<std::size_t>(got));
+    }
+    return content;
 }
 
 template <typename Matches>
