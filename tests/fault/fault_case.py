@@ -4,6 +4,7 @@ import contextlib
 import os
 import re
 import shutil
+import signal
 import subprocess
 import time
 
@@ -22,6 +23,7 @@ class FaultCase(RoadCase):
         if self.needs_strace and not os.access(_STRACE, os.X_OK):
             self.skipTest("needs strace")
         super().setUp()
+        self.addCleanup(self._end_guards)
 
     # -- faults --------------------------------------------------------------------------------------------------
 
@@ -72,6 +74,12 @@ class FaultCase(RoadCase):
         os.unlink(path)
         return answer, calls
 
+    def _end_guards(self):
+        """Of a test that failed: a guard that was left would keep its file system from being unmounted."""
+        for pid, comm in self._processes_of_ours().items():
+            if comm == "tarnctl-guard":
+                os.kill(pid, signal.SIGKILL)
+
     # -- proofs --------------------------------------------------------------------------------------------------
 
     def await_orphans(self, seconds=20):
@@ -82,11 +90,14 @@ class FaultCase(RoadCase):
             time.sleep(0.005)
 
     def _orphans(self):
+        return [pid for pid, comm in self._processes_of_ours().items() if comm != "tarnctl-guard"]
+
+    def _processes_of_ours(self):
+        """Process id to short name."""
         found = {}
-        for pid, words in kernel.processes(mentioning=self.room.folder).items():
+        for pid in kernel.processes(mentioning=self.room.folder):
             with contextlib.suppress(OSError), open(f"/proc/{pid}/comm", encoding="ascii") as file:
-                if file.read() != "tarnctl-guard\n":
-                    found[pid] = words
+                found[pid] = file.read().rstrip("\n")
         return found
 
     def assert_not_frozen(self, disk, seconds=LONGEST_FROZEN):
