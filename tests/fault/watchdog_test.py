@@ -1,6 +1,7 @@
 """A program that hangs in the window, and a guard that is killed."""
 import errno
 import os
+import select
 import signal
 
 import kernel
@@ -50,10 +51,19 @@ class WatchdogTest(FaultCase):
         self.delete_all()
         self.assert_nothing_left()
 
+    def kill_guard_of(self, process):
+        """And waits for its end, which takes a while on a busy machine."""
+        guard = os.pidfd_open(self.guard_of(process))
+        try:
+            signal.pidfd_send_signal(guard, signal.SIGKILL)
+            self.assertTrue(select.select([guard], [], [], 5)[0], "the guard does not end")
+        finally:
+            os.close(guard)
+
     def lose_guard(self, fs_type, at):
         disk = self.room.disk(fs_type)
         process, go_on = self.start_paused(at, "--json", "snapshot", disk.point)
-        os.kill(self.guard_of(process), signal.SIGKILL)
+        self.kill_guard_of(process)
         answer = go_on()
         self.assertEqual(answer.code, 1, answer)
         self.assertIn("the guard", answer.json["cause"])
