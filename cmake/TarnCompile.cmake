@@ -11,6 +11,9 @@ target_compile_options(tarn_compile INTERFACE
 if(NOT TARNFI_SANITIZE)
   target_compile_options(tarn_compile INTERFACE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3>)
 endif()
+# Lets a compiler cache see through precompiled headers.
+target_compile_options(tarn_compile INTERFACE
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fpch-preprocess> "$<$<COMPILE_LANG_AND_ID:CXX,Clang>:SHELL:-Xclang -fno-pch-timestamp>")
 target_link_options(tarn_compile INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
 
 # "address,undefined", "thread" or empty: for the whole tree, tests included.
