@@ -18,6 +18,8 @@ _STRACE = "/usr/bin/strace"
 
 class FaultCase(RoadCase):
     needs_strace = False
+    # Said of large files on an ext4 below loop devices. This ring has none: it comes from a test that runs beside it.
+    expected_trouble = "ext4_convert_unwritten_extents_endio"
 
     def setUp(self):
         if self.needs_strace and not os.access(_STRACE, os.X_OK):
