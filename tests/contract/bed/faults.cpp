@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 #include "host.h"
@@ -82,9 +81,6 @@ BED_REPLACES zfi_provider_list* znfi_build_providerlist_node(const char* name, u
 BED_REPLACES FILE* fopen(const char* path, const char* mode) {
     static auto* real = next<decltype(fopen)>("fopen");
     bed::beforeOpening(path);
-    if (active.raiseInOpening && path != nullptr && std::strcmp(path, "/etc/mtab") == 0) {
-        std::exchange(active.raiseInOpening, nullptr)();
-    }
     return real(path, mode);
 }
 

@@ -8,15 +8,13 @@
 namespace bed {
 
 struct Faults {
-    std::string noObjidFor = {};  // znfi_get_objid answers null for this name
-    int noBufferAtCall = 0;       // the n-th znfi_alloc_buf answers null
-    bool noProviderNode = false;  // znfi_build_providerlist_node answers null
-    bool noPathArray = false;     // malloc of one pointer answers null
-    bool noStatfs = false;        // statfs fails
-    bool noStatvfs = false;       // statvfs fails
-    // Called once, and expected to throw: by the first znfi_ call, by the first opening of the mount table.
-    std::function<void()> raise = {};
-    std::function<void()> raiseInOpening = {};
+    std::string noObjidFor = {};       // znfi_get_objid answers null for this name
+    int noBufferAtCall = 0;            // the n-th znfi_alloc_buf answers null
+    bool noProviderNode = false;       // znfi_build_providerlist_node answers null
+    bool noPathArray = false;          // malloc of one pointer answers null
+    bool noStatfs = false;             // statfs fails
+    bool noStatvfs = false;            // statvfs fails
+    std::function<void()> raise = {};  // called once, and expected to throw, by the first znfi_ call
 };
 
 void setFaults(const Faults& faults);

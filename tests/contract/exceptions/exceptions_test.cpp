@@ -48,7 +48,7 @@ const Kind kKinds[] = {
     {"integer", [] { throw 42; }, {"MSG_ERROR_UNHANDLED_INT_EXCEPTION", {"42", kSource, "#"}}},
 };
 
-enum class Where { opening, runner, runtime, catalog };
+enum class Where { trace, runner, runtime, catalog };
 
 struct Method {
     const char* name;
@@ -81,11 +81,11 @@ const Method kMethods[] = {
          zfi_version version{};
          return bed.call().init(&bed.receiver().init, &version, "fim");
      }},
-    {"claim", Where::opening, 0, nullptr,
+    {"claim", Where::trace, 0, nullptr,
      [](Bed& bed) { return bed.call().claim(Bed::objid("/"), &bed.outObjects, &bed.outInt); }},
-    {"initNode", Where::opening, 6, nullptr,
+    {"initNode", Where::trace, 6, nullptr,
      [](Bed& bed) { return bed.call().init_node(bed.node("/data"), nullptr, 0, nullptr); }},
-    {"checkNodeExistence", Where::opening, 6, nullptr,
+    {"checkNodeExistence", Where::trace, 6, nullptr,
      [](Bed& bed) { return bed.call().check_node_existence(bed.node("/"), &bed.outInt); }},
     {"isParentPgn", Where::runner, 6, device,
      [](Bed& bed) { return bed.call().is_parent_pgn(bed.text(BED_DEVICES "/sdb1"), &bed.outInt, 0); }},
@@ -102,37 +102,37 @@ const Method kMethods[] = {
          bed.call().cache_enable(bed.lastNode());
          return 0;
      }},
-    {"enableAccess", Where::opening, ZFI_ERR_MOUNT_FAILED, offlineNode,
+    {"enableAccess", Where::trace, ZFI_ERR_MOUNT_FAILED, offlineNode,
      [](Bed& bed) { return bed.call().enable_access(&bed.accessList.front(), 0, 0, 0); }},
-    {"disableAccess", Where::opening, 6, [](Bed& bed) { addToAccessList(bed, "/data", {"/dev/sdb1"}); },
+    {"disableAccess", Where::trace, 6, [](Bed& bed) { addToAccessList(bed, "/data", {"/dev/sdb1"}); },
      [](Bed& bed) { return bed.call().disable_access(&bed.accessList.front(), 0); }},
-    {"buildAltTree", Where::opening, 6, node,
+    {"buildAltTree", Where::trace, 6, node,
      [](Bed& bed) {
          znfi_objid* devices[] = {Bed::objid("/dev/sdc1")};
          return bed.call().build_alttree(bed.lastNode(), bed.text("fid"), nullptr, devices, 1, &bed.outObject);
      }},
-    {"importTreeNode", Where::opening, 6, node,
+    {"importTreeNode", Where::trace, 6, node,
      [](Bed& bed) {
          znfi_objid* devices[] = {Bed::objid("/dev/sdc1")};
          return bed.call().import_tree(bed.lastNode(), nullptr, devices, 1, &bed.outObject);
      }},
-    {"initAltNode", Where::opening, 6, nullptr,
+    {"initAltNode", Where::trace, 6, nullptr,
      [](Bed& bed) { return bed.call().init_altnode(nullptr, nullptr, bed.node("/data_alt")); }},
-    {"deportTree", Where::opening, 6, nullptr,
+    {"deportTree", Where::trace, 6, nullptr,
      [](Bed& bed) {
          bed.access.imported = 1;
          return bed.call().deport_tree(bed.node("/data"), bed.node("/data_alt"), &bed.access);
      }},
-    {"online", Where::opening, 6, node,
+    {"online", Where::trace, 6, node,
      [](Bed& bed) { return bed.call().online(nullptr, bed.lastNode(), ZFI_ONLINE_MOUNT, ZFI_DISPOSITION_KEEP); }},
-    {"dispose", Where::opening, 6, node,
+    {"dispose", Where::trace, 6, node,
      [](Bed& bed) { return bed.call().dispose(nullptr, bed.lastNode(), nullptr, ZFI_DISPOSITION_REMOVE); }},
     {"format", Where::runner, 3, nullptr,
      [](Bed& bed) {
          char* devices[] = {bed.text("/dev/sdc1")};
          return bed.call().format(devices, 1, nullptr, bed.text("xfs"), nullptr, 1, nullptr, nullptr);
      }},
-    {"onlineResource", Where::opening, 6, nullptr,
+    {"onlineResource", Where::trace, 6, nullptr,
      [](Bed& bed) {
          char* devices[] = {bed.text("/dev/sdc1")};
          return bed.call().online_resource(devices, 1, bed.text("/data"), nullptr, nullptr, nullptr, 0, &bed.outPaths,
@@ -149,8 +149,8 @@ const Method kMethods[] = {
 
 void arm(Where where, std::function<void()> raise) {
     switch (where) {
-        case Where::opening:
-            setFaults({.raiseInOpening = std::move(raise)});
+        case Where::trace:
+            raising::raiseInTrace(std::move(raise));
             break;
         case Where::runtime:
             setFaults({.raise = std::move(raise)});
@@ -183,7 +183,7 @@ void checkCaught(const Method& method, const Kind& kind) {
     if (method.before) {
         method.before(bed);
     }
-    bed.begin({});
+    bed.begin({.tableUnreadable = true});  // so that every method has something to say
     bool isRaised = false;
     arm(method.where, [&] {
         isRaised = true;
@@ -207,7 +207,7 @@ void checkEscapes(const Method& method) {
     if (method.before) {
         method.before(bed);
     }
-    bed.begin({});
+    bed.begin({.tableUnreadable = true});
     arm(method.where, [] { throw "no kind of ours"; });
     EXPECT_THROW(method.call(bed), const char*);
     clearFaults();

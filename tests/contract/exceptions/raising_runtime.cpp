@@ -2,14 +2,18 @@
 
 #include <dlfcn.h>
 
+#include <cstdarg>
+#include <cstdio>
 #include <utility>
 
 #include "cfiexecpipe.h"
 #include "cfimessagecatalog.h"
+#include "cfitracelog.h"
 
 namespace {
 
 std::function<void()> inRunner;
+std::function<void()> inTrace;
 std::function<void()> inCatalog;
 std::vector<raising::Run> runs;
 
@@ -28,6 +32,7 @@ Function* next(const char* mangled) {
 using Lines = std::vector<std::string>;
 using ExecFunction = int(CFiExecPipeBase*, std::string, Lines&, std::string, unsigned long, std::string, std::string,
                          std::string);
+using TraceFunction = void(CFiTraceLog*, int, const char*, ...);
 using RegisterFunction = void(CFiMessageCatalogManager*, const CFiSmartPtr<CFiMessageCatalogFactory>&);
 
 }  // namespace
@@ -36,6 +41,9 @@ namespace raising {
 
 void raiseInRunner(std::function<void()> raise) {
     inRunner = std::move(raise);
+}
+void raiseInTrace(std::function<void()> raise) {
+    inTrace = std::move(raise);
 }
 void raiseInCatalog(std::function<void()> raise) {
     inCatalog = std::move(raise);
@@ -61,4 +69,17 @@ void CFiMessageCatalogManager::registerFactory(const CFiSmartPtr<CFiMessageCatal
         "_ZN24CFiMessageCatalogManager15registerFactoryERK11CFiSmartPtrI24CFiMessageCatalogFactoryE");
     raiseOnce(inCatalog);
     real(this, factory);
+}
+
+void CFiTraceLog::trace(int level, const char* format, ...) {
+    static auto* real = next<TraceFunction>("_ZN11CFiTraceLog5traceEiPKcz");
+    char text[8192];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    if (std::string(text).find("ing Function ") == std::string::npos) {
+        raiseOnce(inTrace);
+    }
+    real(this, level, "%s", text);
 }

@@ -1,5 +1,5 @@
-// The command runner and the catalogue manager as the plug-in sees them: they can be told to throw, and the runner's
-// arguments are kept.
+// The command runner, the trace log and the catalogue manager as the plug-in sees them: they can be told to throw, and
+// the runner's arguments are kept.
 #pragma once
 
 #include <functional>
@@ -14,8 +14,10 @@ struct Run {
     bool othersAreEmpty = false;
 };
 
-// Called once, and expected to throw: by the next run of a command, by the next registration of a catalogue factory.
+// Called once, and expected to throw: by the next run of a command, by the next trace line that is no scope's, by the
+// next registration of a catalogue factory.
 void raiseInRunner(std::function<void()> raise);
+void raiseInTrace(std::function<void()> raise);
 void raiseInCatalog(std::function<void()> raise);
 // The runs since the last call.
 std::vector<Run> takeRuns();
