@@ -131,6 +131,35 @@ const Row kClaim[] = {
 };
 CONTRACT_TABLE(Claim, kClaim);
 
+// The magic of the superblock decides, whatever type the mount table names.
+Row magic(const char* name, long value, int status) {
+    return {.name = name,
+            .host = {.mountTable = kRootTable},
+            .faults = {.statfsMagic = value},
+            .call = [](Bed& bed) { return claim(bed, "/"); },
+            .status = status,
+            .trace = claims(status == 0 ? Trace(error("tarn_check_fs_type: sfs.f_type is not proper")) : Trace()),
+            .after = handsBackNothing};
+}
+
+const Row kMagic[] = {
+    magic("ext", 0x137D, ZFI_CLAIMED),
+    magic("below_the_ext2_range", 0xEF50, 0),
+    magic("old_ext2", 0xEF51, ZFI_CLAIMED),
+    magic("between_old_and_new_ext2", 0xEF52, ZFI_CLAIMED),
+    magic("ext2_ext3_ext4", 0xEF53, ZFI_CLAIMED),
+    magic("above_the_ext2_range", 0xEF54, 0),
+    magic("nfs", 0x6969, ZFI_CLAIMED),
+    magic("jffs2", 0x72B6, ZFI_CLAIMED),
+    magic("jfs", 0x3153464A, ZFI_CLAIMED),
+    magic("reiserfs", 0x52654973, ZFI_CLAIMED),
+    magic("xfs", 0x58465342, ZFI_CLAIMED),
+    magic("znfs", 0xA501FCF5, ZFI_CLAIMED),
+    magic("btrfs", 0x9123683E, 0),
+    magic("tmpfs", 0x01021994, 0),
+};
+CONTRACT_TABLE(ClaimByMagic, kMagic);
+
 const Row kExistence[] = {
     {.name = "a_mounted_directory_of_a_served_type_exists",
      .host = {.mountTable = kRootTable},

@@ -96,14 +96,24 @@ BED_REPLACES FILE* setmntent(const char* path, const char* mode) noexcept {
 
 BED_REPLACES int statfs(const char* path, struct statfs* info) noexcept {
     static auto* real = next<decltype(statfs)>("statfs");
-    errno = EIO;
-    return active.noStatfs ? -1 : real(path, info);
+    if (active.noStatfs) {
+        errno = EIO;
+        return -1;
+    }
+    const int result = real(path, info);
+    if (result == 0 && active.statfsMagic != 0) {
+        info->f_type = active.statfsMagic;
+    }
+    return result;
 }
 
 BED_REPLACES int statvfs(const char* path, struct statvfs* info) noexcept {
     static auto* real = next<decltype(statvfs)>("statvfs");
-    errno = EIO;
-    return active.noStatvfs ? -1 : real(path, info);
+    if (active.noStatvfs) {
+        errno = EIO;
+        return -1;
+    }
+    return real(path, info);
 }
 
 #if BED_OWNS_MALLOC

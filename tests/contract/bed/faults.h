@@ -13,6 +13,7 @@ struct Faults {
     bool noProviderNode = false;       // znfi_build_providerlist_node answers null
     bool noPathArray = false;          // malloc of one pointer answers null
     bool noStatfs = false;             // statfs fails
+    long statfsMagic = 0;              // what statfs says the superblock magic is; 0: the truth
     bool noStatvfs = false;            // statvfs fails
     std::function<void()> raise = {};  // called once, and expected to throw, by the first znfi_ call
 };
