@@ -270,8 +270,7 @@ TEST(InitAfterFailure, may_be_repeated) {
     EXPECT_NE(bed.stateOf(bed.lastNode()), "");
 }
 
-// ---- What the runner is given
-// ----------------------------------------------------------------------------------------
+// ---- What the runner is given -------------------------------------------------------------------------------
 
 TEST(RunnerArguments, every_command_has_ten_minutes_and_four_empty_strings) {
     if (!reasonToSkip().empty()) {

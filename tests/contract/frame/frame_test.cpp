@@ -4,65 +4,13 @@
 #include <set>
 #include <stdexcept>
 
-#include "frame/probe_plugin.h"
-#include "zfi_entry_points.h"
-#include "znfi.h"
-
-extern "C" {
-#define ZFI_ENTRY(name, parameters, method, delayed, rule) zfi_fn_##name probe_fi_pgn_##name;
-#include "zfi_entry_points.def"
-#undef ZFI_ENTRY
-}
+#include "frame/frame_fixture.h"
 
 namespace {
 
-using Calls = std::vector<std::string>;
+using namespace frame;
 
-znfi_objid* objid(const std::string& name) {
-    return znfi_get_objid(name.c_str(), static_cast<uint32_t>(name.size() + 1), ZFI_OBJID_SUBOBJECT);
-}
-
-class Frame : public testing::Test {
-  protected:
-    Frame() {
-        Probe::reset();
-        znfi_trace_set_level(0);
-        for (size_t i = 0; i < 2; ++i) {
-            domains_[i].objid = objid(i == 0 ? "/a" : "/b");
-            splits_[i].domain = &domains_[i];
-            freezes_[i].domain = &domains_[i];
-        }
-        // Sessions outlive fini: each test has one of its own.
-        session_ = testing::UnitTest::GetInstance()->current_test_info()->name();
-    }
-    ~Frame() override { probe_fi_pgn_fini(); }
-
-    Calls calls() const { return Probe::instance().calls; }
-    char* session() { return session_.data(); }
-    void answer(const char* method, int status) { Probe::instance().answers[method] = status; }
-    // The number of nodes that the session holds now, as a session form sees it.
-    size_t nodesInSession() {
-        answer("prepare", ZFI_USE_SESSION);
-        probe_fi_pgn_prepare(&splits_[0], session(), nullptr, 0, 0);
-        return Probe::instance().sessionNodes["prepareSnapshots"];
-    }
-    void nameSnapshot(size_t node, const char* snapshot) {
-        zfi_snapreplica_ele element{domains_[node].objid, objid(snapshot), nullptr, 0, 0};
-        EXPECT_EQ(probe_fi_pgn_update_snapshot_handle(session(), &element), ZFI_OK);
-    }
-
-    zfi_domain domains_[2]{};
-    zfi_splitnode splits_[2]{};
-    zfi_quiescenode freezes_[2]{};
-    zfi_splitnode* list_[2] = {&splits_[0], &splits_[1]};
-    zfi_quiescenode* freezeList_[2] = {&freezes_[0], &freezes_[1]};
-    znfi_objid** ids_ = nullptr;
-    int count_ = -77;
-    std::string session_;
-};
-
-// ---- Delayed initialisation
-// ------------------------------------------------------------------------------------------
+// ---- Delayed initialisation ---------------------------------------------------------------------------------
 
 template <typename R, typename... A>
 int callWithZeros(R (*entry)(A...)) {
@@ -126,8 +74,7 @@ TEST_F(Frame, delayed_initialisation_runs_once_and_its_failure_counts_once) {
     EXPECT_EQ(calls(), (Calls{"prePrepare()"}));
 }
 
-// ---- One node or a list
-// ----------------------------------------------------------------------------------------------
+// ---- One node or a list -------------------------------------------------------------------------------------
 
 TEST_F(Frame, a_single_node_is_a_list_of_one) {
     char options[] = "text";
@@ -160,8 +107,7 @@ TEST_F(Frame, a_count_without_a_list_is_passed_as_it_is) {
     EXPECT_EQ(calls(), (Calls{"verifyQSCombos(null, 2)"}));
 }
 
-// ---- Argument rules
-// --------------------------------------------------------------------------------------------------
+// ---- Argument rules -----------------------------------------------------------------------------------------
 
 TEST_F(Frame, claim_with_a_null_pointer_answers_0_without_the_method) {
     answer("claim", ZFI_CLAIMED);
@@ -241,107 +187,7 @@ TEST_F(Frame, objctl_answers_0_and_the_status_goes_through_its_pointer) {
     std::free(out);
 }
 
-// ---- Sessions
-// --------------------------------------------------------------------------------------------------------
-
-TEST_F(Frame, select_that_answers_0_records_the_nodes) {
-    EXPECT_EQ(probe_fi_pgn_select(nullptr, session(), list_, 2), ZFI_OK);
-    EXPECT_EQ(calls(), (Calls{"select(" + session_ + ", /a /b, 2)"}));
-    EXPECT_EQ(nodesInSession(), 2U);
-}
-
-TEST_F(Frame, select_that_answers_4_records_the_nodes_and_runs_the_session_form) {
-    answer("select", ZFI_USE_SESSION);
-    answer("selectSnapshots", 6);
-    EXPECT_EQ(probe_fi_pgn_select(&splits_[0], session(), nullptr, 0), 6);
-    EXPECT_EQ(calls(), (Calls{"select(" + session_ + ", /a, 1)", "selectSnapshots(" + session_ + ")"}));
-    EXPECT_EQ(Probe::instance().sessionNodes["selectSnapshots"], 1U);
-}
-
-TEST_F(Frame, select_that_answers_6_records_nothing) {
-    answer("select", 6);
-    EXPECT_EQ(probe_fi_pgn_select(nullptr, session(), list_, 2), 6);
-    EXPECT_EQ(nodesInSession(), 0U);
-}
-
-TEST_F(Frame, preselect_records_and_calls_no_method) {
-    EXPECT_EQ(probe_fi_pgn_preselect(nullptr, session(), list_, 2), ZFI_OK);
-    EXPECT_EQ(calls(), Calls{});
-    EXPECT_EQ(nodesInSession(), 2U);
-}
-
-TEST_F(Frame, prepare_that_answers_4_runs_the_session_form_and_adds_no_node) {
-    answer("prepare", ZFI_USE_SESSION);
-    answer("prepareSnapshots", 32);
-    EXPECT_EQ(probe_fi_pgn_prepare(nullptr, session(), list_, 2, 9), 32);
-    EXPECT_EQ(calls(), (Calls{"prepare(" + session_ + ", /a /b, 2, 9)", "prepareSnapshots(" + session_ + ")"}));
-    EXPECT_EQ(Probe::instance().sessionNodes["prepareSnapshots"], 0U);
-}
-
-TEST_F(Frame, prepare_that_answers_anything_else_is_its_answer) {
-    answer("prepare", 6);
-    EXPECT_EQ(probe_fi_pgn_prepare(&splits_[0], session(), nullptr, 0, 0), 6);
-    EXPECT_EQ(calls(), (Calls{"prepare(" + session_ + ", /a, 1, 0)"}));
-}
-
-TEST_F(Frame, make_turns_the_sessions_snapshot_names_into_ids_in_order) {
-    answer("make", ZFI_USE_SESSION);
-    probe_fi_pgn_preselect(nullptr, session(), list_, 2);
-    nameSnapshot(1, "/dev/snapB");
-    nameSnapshot(0, "/dev/snapA");
-    ASSERT_EQ(probe_fi_pgn_make(nullptr, session(), list_, 2, &ids_, &count_), ZFI_OK);
-    ASSERT_EQ(count_, 2);
-    ASSERT_NE(ids_, nullptr);
-    EXPECT_STREQ(ids_[0]->name, "/dev/snapA");
-    EXPECT_STREQ(ids_[1]->name, "/dev/snapB");
-    EXPECT_EQ(ids_[0]->flag, static_cast<uint32_t>(ZFI_OBJID_NAMED));
-    EXPECT_EQ(domains_[0].state, ZFI_STATE_MADE);
-    EXPECT_EQ(domains_[1].state, ZFI_STATE_MADE);
-    znfi_free_buf(ids_, 2 * sizeof *ids_);
-}
-
-TEST_F(Frame, make_keeps_the_other_bits_of_the_state) {
-    answer("make", ZFI_USE_SESSION);
-    domains_[0].state = ZFI_STATE_OFFLINE;
-    probe_fi_pgn_make(&splits_[0], session(), nullptr, 0, &ids_, &count_);
-    EXPECT_EQ(domains_[0].state, ZFI_STATE_OFFLINE | ZFI_STATE_MADE);
-}
-
-TEST_F(Frame, make_with_a_name_that_gives_no_id_answers_0_a_count_and_no_ids) {
-    const int64_t before = znfi_outstanding_bufs();
-    answer("make", ZFI_USE_SESSION);
-    probe_fi_pgn_preselect(nullptr, session(), list_, 2);
-    nameSnapshot(0, "/dev/snapA");
-    EXPECT_EQ(probe_fi_pgn_make(nullptr, session(), list_, 2, &ids_, &count_), ZFI_OK);
-    EXPECT_EQ(count_, 2);
-    EXPECT_EQ(ids_, nullptr);
-    EXPECT_EQ(znfi_outstanding_bufs(), before);
-}
-
-TEST_F(Frame, make_whose_session_form_fails_writes_nothing) {
-    answer("make", ZFI_USE_SESSION);
-    answer("makeSnapshots", 6);
-    EXPECT_EQ(probe_fi_pgn_make(&splits_[0], session(), nullptr, 0, &ids_, &count_), 6);
-    EXPECT_EQ(count_, -77);
-    EXPECT_EQ(domains_[0].state, 0U);
-}
-
-TEST_F(Frame, make_of_an_empty_list_has_count_0) {
-    answer("make", ZFI_USE_SESSION);
-    EXPECT_EQ(probe_fi_pgn_make(nullptr, session(), list_, 0, &ids_, &count_), ZFI_OK);
-    EXPECT_EQ(count_, 0);
-    EXPECT_EQ(ids_, nullptr);
-}
-
-TEST_F(Frame, make_per_node_is_passed_through) {
-    answer("make", 6);
-    EXPECT_EQ(probe_fi_pgn_make(&splits_[0], session(), nullptr, 0, &ids_, &count_), 6);
-    EXPECT_EQ(calls(), (Calls{"make(" + session_ + ", /a, 1, set, set)"}));
-    EXPECT_EQ(domains_[0].state, 0U);
-}
-
-// ---- Exceptions
-// ------------------------------------------------------------------------------------------------------
+// ---- Exceptions ---------------------------------------------------------------------------------------------
 
 void countLines(void* context, int, const char*, const char*) {
     ++*static_cast<int*>(context);

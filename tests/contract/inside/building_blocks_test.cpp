@@ -89,8 +89,7 @@ TEST_F(BuildingBlocks, an_empty_device_gives_a_dump_that_begins_with_the_mount_p
               "Stat information failed for the mount point /nonewith error code 2\n");
 }
 
-// ---- executeCommand
-// --------------------------------------------------------------------------------------------------
+// ---- executeCommand -----------------------------------------------------------------------------------------
 
 class ExecuteCommand : public BuildingBlocks {
   protected:
@@ -152,8 +151,7 @@ TEST_F(ExecuteCommand, an_unbalanced_quote_is_result_6_and_runs_nothing) {
     expectDone(executes("/bin/mount \"half", warning("executeCommand - Exec Pipe failed with error code [6]")), {});
 }
 
-// ---- Private data
-// ----------------------------------------------------------------------------------------------------
+// ---- Private data -------------------------------------------------------------------------------------------
 
 TEST_F(BuildingBlocks, a_setter_with_a_null_text_keeps_the_value_and_opens_its_scope) {
     CFiPrivateDataConcreteFactory<CTARNPrivData> factory;

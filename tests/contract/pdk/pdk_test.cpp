@@ -20,8 +20,7 @@ znfi_objid* objid(const char* name) {
     return znfi_get_objid(name, static_cast<uint32_t>(std::string(name).size() + 1), ZFI_OBJID_SUBOBJECT);
 }
 
-// ---- Singletons
-// ------------------------------------------------------------------------------------------------------
+// ---- Singletons ---------------------------------------------------------------------------------------------
 
 struct Tag;
 
@@ -50,8 +49,7 @@ TEST(Singleton, lives_until_its_last_reference_goes_and_comes_back_new) {
     EXPECT_EQ(Counted::alive, 0);
 }
 
-// ---- Trace scopes and message ids
-// ------------------------------------------------------------------------------------
+// ---- Trace scopes and message ids ---------------------------------------------------------------------------
 
 void keep(void* lines, int level, const char*, const char* text) {
     static_cast<std::vector<std::string>*>(lines)->push_back(std::to_string(level) + " " + text);
@@ -101,8 +99,7 @@ TEST(MessageId, of_a_code_equal_to_the_offset_is_the_code) {
     EXPECT_EQ(messageId(6000), "MSG_ERROR_FI_6000");
 }
 
-// ---- Private data
-// ----------------------------------------------------------------------------------------------------
+// ---- Private data -------------------------------------------------------------------------------------------
 
 class Data : public CFiPrivateData {
   public:
@@ -191,8 +188,7 @@ TEST(PrivateData, a_null_sub_object_adds_nothing_and_targets_are_copied) {
     EXPECT_EQ(data.getTargets(), (std::vector<std::string>{"target"}));
 }
 
-// ---- Sessions
-// --------------------------------------------------------------------------------------------------------
+// ---- Sessions -----------------------------------------------------------------------------------------------
 
 TEST(Session, one_id_is_one_session_and_a_null_id_is_none) {
     CFiSessionManager manager;
@@ -218,8 +214,7 @@ TEST(Session, the_first_node_of_a_name_wins) {
     EXPECT_EQ(session->node("/data").snapshotName, "");
 }
 
-// ---- Object-control arguments
-// ----------------------------------------------------------------------------------------
+// ---- Object-control arguments -------------------------------------------------------------------------------
 
 // The imported list as arg:value:type, a blank between entries.
 std::string imported(const char* text) {
