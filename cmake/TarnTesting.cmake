@@ -11,6 +11,9 @@ function(tarn_test)
   target_precompile_headers(${T_NAME} PRIVATE <gtest/gtest.h>)
   target_compile_options(${T_NAME} PRIVATE -O1)
   set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  if(T_LABEL STREQUAL "road")
+    list(APPEND T_PROPERTIES RESOURCE_LOCK loop-devices)  # the machine has one set of them
+  endif()
   gtest_discover_tests(${T_NAME} TEST_PREFIX "${T_NAME}/" DISCOVERY_TIMEOUT 60
     PROPERTIES LABELS ${T_LABEL} SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]" ${T_PROPERTIES})
 endfunction()

@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -68,6 +69,7 @@ int main(int argc, char** argv) {
     if (std::getenv("ZFI_TRACE_FILE") == nullptr) {
         znfi_trace_sink(&discard, nullptr);
     }
+    std::signal(SIGPIPE, SIG_IGN);  // a reader that went away must not end us in the middle of the road
     noteInterruptions();
     Installation installation(settings);
     const int status = chosen(installation);

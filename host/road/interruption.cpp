@@ -13,22 +13,19 @@ void note(int signal) {
     noted = signal;
 }
 
-void install(int flags) {
-    struct sigaction action {};
-    action.sa_handler = &note;
-    action.sa_flags = flags;
-    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        ::sigaction(signal, &action, nullptr);
-    }
-}
 }  // namespace
 
 void noteInterruptions() {
-    install(SA_RESTART);
-}
-
-void noteInterruptionsWithoutRestart() {
-    install(0);
+    for (int signal : kInterruptions) {
+        struct sigaction action {};
+        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+            continue;
+        }
+        action = {};
+        action.sa_handler = &note;
+        action.sa_flags = SA_RESTART;
+        ::sigaction(signal, &action, nullptr);
+    }
 }
 
 int interruption() {

@@ -1,15 +1,16 @@
 // Ctrl-C and its relatives: noted, and acted upon by the road between two steps, never in the middle of one.
 #pragma once
 
+#include <csignal>
+
 #include "host/report/failure.h"
 
 namespace tarnctl {
 
-// Turns SIGINT, SIGTERM and SIGHUP into a note from now on. Once per process.
-void noteInterruptions();
+inline constexpr int kInterruptions[] = {SIGINT, SIGTERM, SIGHUP};
 
-// The same, but a wait of this process ends early with EINTR: for the time in which a command of the caller runs.
-void noteInterruptionsWithoutRestart();
+// Turns them into a note from now on, except those that the caller has us ignore. Once per process.
+void noteInterruptions();
 
 // The signal that came, or 0.
 int interruption();

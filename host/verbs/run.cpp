@@ -1,19 +1,10 @@
 // run PATH -- CMD…: a snapshot for the time of one command.
 #include <fmt/format.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <csignal>
-
-#include "host/report/system_failure.h"
 #include "host/road/interruption.h"
+#include "host/verbs/callers_command.h"
 #include "host/verbs/snapshot_view.h"
 #include "host/verbs/verb.h"
-
-extern char** environ;
 
 namespace tarnctl {
 namespace {
@@ -24,10 +15,6 @@ struct RunRequest {
     bool passesCommandCode = false;
 };
 
-struct Ended {
-    int code = 0;  // the command's exit status, or 128 + the signal that ended it
-};
-
 std::vector<std::string> withMountPoint(std::vector<std::string> command, const std::string& alternate) {
     for (std::string& word : command) {
         for (size_t at = word.find("{}"); at != std::string::npos; at = word.find("{}", at + alternate.size())) {
@@ -35,53 +22,6 @@ std::vector<std::string> withMountPoint(std::vector<std::string> command, const 
         }
     }
     return command;
-}
-
-// What a program gets as its standard output: ours, or our standard error where ours is kept for one JSON document.
-class CommandOutput {
-  public:
-    explicit CommandOutput(bool toStandardError) {
-        ::posix_spawn_file_actions_init(&actions_);
-        if (toStandardError) {
-            ::posix_spawn_file_actions_adddup2(&actions_, STDERR_FILENO, STDOUT_FILENO);
-        }
-    }
-    CommandOutput(const CommandOutput&) = delete;
-    CommandOutput& operator=(const CommandOutput&) = delete;
-    ~CommandOutput() { ::posix_spawn_file_actions_destroy(&actions_); }
-
-    const posix_spawn_file_actions_t* actions() const { return &actions_; }
-
-  private:
-    posix_spawn_file_actions_t actions_{};
-};
-
-Result<Ended> runCommand(const std::vector<std::string>& command, const Settings& settings) {
-    std::vector<char*> words;
-    for (const std::string& word : command) {
-        words.push_back(const_cast<char*>(word.c_str()));
-    }
-    words.push_back(nullptr);
-    pid_t child = 0;
-    const CommandOutput output(settings.isJson);
-    const mode_t ours = ::umask(settings.callerUmask);
-    const int error = ::posix_spawnp(&child, words[0], output.actions(), nullptr, words.data(), environ);
-    ::umask(ours);
-    if (error != 0) {
-        return systemFailure(ExitCode::kCommandFailed, "run", command.front(), "cannot start it", error);
-    }
-    int status = 0;
-    bool passedOn = false;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) {
-            return systemFailure(ExitCode::kFailed, "run", command.front(), "cannot wait for it", errno);
-        }
-        if (interruption() != 0 && !passedOn) {
-            ::kill(child, interruption());  // a terminal tells both of us; kill PID tells only us
-            passedOn = true;
-        }
-    }
-    return Ended{WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status)};
 }
 
 // The command's failure, or what kept the snapshot from being used; the removal's own failure stands beside it.
@@ -126,8 +66,7 @@ int run(Installation& installation, const RunRequest& request) {
     }
     Result<Ended> ended = made->isBroken ? Result<Ended>(brokenFailure(*made)) : Ended{};
     if (!made->isBroken) {
-        noteInterruptionsWithoutRestart();
-        ended = runCommand(withMountPoint(request.command, made->alternate), installation.settings());
+        ended = runForCaller(withMountPoint(request.command, made->alternate), installation.settings());
         forgetInterruption();
     }
     const Status removed = deleteSnapshot(installation, made->id);
