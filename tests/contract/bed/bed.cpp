@@ -1,5 +1,7 @@
 #include "bed.h"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <stdexcept>
 
@@ -93,6 +95,8 @@ std::vector<std::string> Bed::subObjectsOf(Node& node) {
     std::vector<std::string> names;
     if (call().subobj_list(node, &objects, &count) == ZFI_OK && objects != nullptr) {
         for (int i = 0; i < count; ++i) {
+            EXPECT_EQ(objects[i]->flag, static_cast<uint32_t>(ZFI_OBJID_SUBOBJECT)) << objects[i]->name;
+            EXPECT_EQ(objects[i]->length, std::strlen(objects[i]->name) + 1) << objects[i]->name;
             names.push_back(objects[i]->name);
         }
         znfi_free_buf(objects, static_cast<size_t>(count) * sizeof(znfi_objid*));
