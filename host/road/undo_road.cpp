@@ -14,6 +14,7 @@
 #include "host/provider/node.h"
 #include "host/report/system_failure.h"
 #include "host/road/left_processes.h"
+#include "host/road/recorded_nodes.h"
 
 namespace tarnctl {
 namespace {
@@ -121,7 +122,7 @@ Status UndoRoad::unmount(const MountUndo& undo) {
             ExitCode::kFailed, "unmount the snapshot", undo.alternate,
             fmt::format("what is mounted there now is not (only) {}: unmount it first", undo.snapshotDevice)};
     }
-    auto owner = provider(undo.provider);
+    auto owner = providerNamed(providers_, undo.provider);
     if (!owner) {
         return owner.failure();
     }
@@ -159,7 +160,7 @@ Status UndoRoad::leaveDirectoryAsItWas(const MountUndo& undo) {
 }
 
 Status UndoRoad::disposeOfVolume(const StepRecord& step, const VolumeUndo& undo) {
-    auto owner = provider(undo.provider);
+    auto owner = providerNamed(providers_, undo.provider);
     if (!owner) {
         return owner.failure();
     }
@@ -202,15 +203,6 @@ Status UndoRoad::thaw(const FreezeUndo& undo) {
     return Failure{ExitCode::kMayBeFrozen, "thaw", undo.mountPoint,
                    fmt::format("{}; it may still be frozen. Thaw it with: {}", std::strerror(answer.error),
                                thawCommand(undo.mountPoint, undo.fsType))};
-}
-
-Result<Provider*> UndoRoad::provider(const std::string& name) {
-    for (const auto& loaded : providers_) {
-        if (loaded->name() == name) {
-            return loaded.get();
-        }
-    }
-    return Failure{ExitCode::kNotFound, "look the provider up", name, "it is not loaded; name it with --provider"};
 }
 
 }  // namespace tarnctl

@@ -27,7 +27,6 @@ class UndoRoad {
     Status leaveDirectoryAsItWas(const MountUndo& undo);
     Status disposeOfVolume(const StepRecord& step, const VolumeUndo& undo);
     Status thaw(const FreezeUndo& undo);
-    Result<Provider*> provider(const std::string& name);
 
     Providers& providers_;
     Catalog& catalog_;

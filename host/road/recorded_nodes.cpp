@@ -1,0 +1,45 @@
+#include "host/road/recorded_nodes.h"
+
+#include <algorithm>
+
+namespace tarnctl {
+
+Result<Provider*> providerNamed(const Providers& providers, const std::string& name) {
+    for (const auto& loaded : providers) {
+        if (loaded->name() == name) {
+            return loaded.get();
+        }
+    }
+    return Failure{ExitCode::kNotFound, "look the provider up", name, "it is not loaded; name it with --provider"};
+}
+
+Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Catalog& catalog,
+                                           const std::string& snapshotId, NodeRole role) {
+    if (auto known = catalog.snapshot(snapshotId); !known) {
+        return known.failure();
+    }
+    auto nodes = catalog.nodes(snapshotId);
+    if (!nodes) {
+        return nodes.failure();
+    }
+    const auto found =
+        std::find_if(nodes->rbegin(), nodes->rend(), [role](const NodeRecord& node) { return node.node.role == role; });
+    if (found == nodes->rend()) {
+        return Failure{ExitCode::kNotFound, "find the recorded node", snapshotId,
+                       "its record names no node for " + std::string(nameOf(role))};
+    }
+    auto owner = providerNamed(providers, found->node.provider);
+    if (!owner) {
+        return owner.failure();
+    }
+    auto node = std::make_unique<Node>(**owner, found->node.name);
+    if (found->blob) {
+        const std::string& bytes = found->blob->bytes;
+        if (Status restored = node->restoreState(bytes.substr(0, bytes.find('\0'))); !restored) {
+            return restored.failure();
+        }
+    }
+    return node;
+}
+
+}  // namespace tarnctl
