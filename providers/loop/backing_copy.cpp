@@ -41,13 +41,6 @@ bool isAt(int directory, const std::string& name, const FileIdentity& identity) 
            FileIdentity::of(status) == identity;
 }
 
-// The name of the snapshot file that this file was made as; empty for a file that was not made as one.
-std::string markOf(int fd) {
-    std::array<char, NAME_MAX> name{};
-    const ssize_t length = ::fgetxattr(fd, kMark, name.data(), name.size());
-    return length > 0 ? std::string(name.data(), static_cast<std::size_t>(length)) : std::string();
-}
-
 void setLength(int fd, off_t length, const std::string& path) {
     if (::ftruncate(fd, length) != 0) {
         throwErrno("set the length of " + path);
@@ -226,6 +219,12 @@ std::optional<FileIdentity> findCopy(const std::string& path, const FileIdentity
         throw std::runtime_error("what lies at " + path + " is not the snapshot file that was made there: it stays");
     }
     return found;
+}
+
+std::string markOf(int fd) {
+    std::array<char, NAME_MAX> name{};
+    const ssize_t length = ::fgetxattr(fd, kMark, name.data(), name.size());
+    return length > 0 ? std::string(name.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
 void deleteCopy(const std::string& path, const FileIdentity& identity) {

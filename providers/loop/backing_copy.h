@@ -80,6 +80,10 @@ std::string copyPath(const std::string& backingFile, std::string_view id);
 // file lies there. Throws std::runtime_error when another file lies there.
 std::optional<FileIdentity> findCopy(const std::string& path, const FileIdentity& recorded);
 
+// The name of the snapshot file as which the open file was made; empty for a file that was not made as one, or lost
+// that mark on its way.
+std::string markOf(int fd);
+
 // Deletes the file at `path` if it is `identity`. Throws std::system_error when it cannot be deleted.
 void deleteCopy(const std::string& path, const FileIdentity& identity);
 

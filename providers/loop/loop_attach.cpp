@@ -35,13 +35,13 @@ std::string freeDevice(int control) {
     return "/dev/loop" + std::to_string(number);
 }
 
-loop_config configurationFor(int file, const std::string& path, const LoopStatus& like) {
+loop_config configurationFor(int file, const std::string& reference, const LoopGeometry& like) {
     loop_config config{};
     config.fd = static_cast<__u32>(file);
     config.block_size = like.blockSize;
     config.info.lo_offset = like.offset;
     config.info.lo_sizelimit = like.sizeLimit;
-    path.copy(reinterpret_cast<char*>(config.info.lo_file_name), LO_NAME_SIZE - 1);
+    reference.copy(reinterpret_cast<char*>(config.info.lo_file_name), LO_NAME_SIZE - 1);
     return config;
 }
 
@@ -75,9 +75,9 @@ void provideFreeDevice() {
     }
 }
 
-std::string attachFile(int file, const std::string& path, const LoopStatus& like) {
+std::string attachFile(int file, const std::string& reference, const LoopGeometry& like) {
     const Descriptor control = openControl();
-    loop_config config = configurationFor(file, path, like);
+    loop_config config = configurationFor(file, reference, like);
     for (int i = 0;; ++i) {
         const std::string device = freeDevice(control.get());
         const Descriptor fd(::open(device.c_str(), O_RDWR | O_CLOEXEC));
@@ -87,7 +87,7 @@ std::string attachFile(int file, const std::string& path, const LoopStatus& like
         // Taken or removed by somebody else since it was free: ask for another one.
         const bool isRace = errno == EBUSY || errno == ENXIO || errno == ENODEV || (!fd && errno == ENOENT);
         if (!isRace || i == kAttachTries) {
-            throwErrno("attach " + path + " to " + device);
+            throwErrno("attach " + reference + " to " + device);
         }
         std::this_thread::sleep_for(kBetweenTries);
     }

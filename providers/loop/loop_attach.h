@@ -13,9 +13,10 @@ namespace loopfi {
 void provideFreeDevice();
 
 // Attaches the file open for writing as `file` to a free device, writable, with the offset, size limit and block size
-// of `like`. Not detached by itself on the last close. Returns the device's name, "/dev/loop4". `path` is what
-// user-space tools show as the file's name.
-std::string attachFile(int file, const std::string& path, const LoopStatus& like);
+// of `like`. Not detached by itself on the last close. Returns the device's name, "/dev/loop4". `reference` is a text
+// of which the kernel keeps the first 63 bytes with the device, so that it is found again: the file's path, or who
+// attached it.
+std::string attachFile(int file, const std::string& reference, const LoopGeometry& like);
 
 enum class Detached {
     kNow,     // it was attached to the file, and no longer is

@@ -119,6 +119,15 @@ std::optional<FileIdentity> attachedTo(int fd) {
     return FileIdentity{info.lo_device, info.lo_inode};
 }
 
+std::string referenceOf(int fd) {
+    loop_info64 info{};
+    if (::ioctl(fd, LOOP_GET_STATUS64, &info) != 0) {
+        return {};
+    }
+    const auto* text = reinterpret_cast<const char*>(info.lo_file_name);
+    return {text, ::strnlen(text, LO_NAME_SIZE)};
+}
+
 std::vector<std::string> devicesOver(const FileIdentity& file, const std::string& name) {
     std::vector<std::string> devices;
     for (const auto& entry : std::filesystem::directory_iterator("/sys/block")) {

@@ -13,14 +13,20 @@
 
 namespace loopfi {
 
-struct LoopStatus {
-    std::string device;             // "/dev/loop3": the kernel's name, also when a link to it was asked for
-    dev_t number = 0;               // its device number
-    std::string backingFile;        // absolute path as the kernel knows it
-    FileIdentity backing;           // the file behind it
+// Which part of a file a loop device shows, and how.
+struct LoopGeometry {
     std::uint64_t offset = 0;       // bytes
     std::uint64_t sizeLimit = 0;    // bytes; 0: to the end of the file
     std::uint32_t blockSize = 512;  // logical block size, bytes
+
+    bool operator==(const LoopGeometry&) const = default;
+};
+
+struct LoopStatus : LoopGeometry {
+    std::string device;       // "/dev/loop3": the kernel's name, also when a link to it was asked for
+    dev_t number = 0;         // its device number
+    std::string backingFile;  // absolute path as the kernel knows it
+    FileIdentity backing;     // the file behind it
     bool isReadOnly = false;
     bool isAutoclear = false;
 };
@@ -36,6 +42,9 @@ LoopInspection inspectLoop(const std::string& path);
 
 // The identity of the file that the open loop device `fd` is attached to, nothing when it is attached to none.
 std::optional<FileIdentity> attachedTo(int fd);
+
+// The text that the open loop device `fd` was attached with, see attachFile. Empty for a device that is not attached.
+std::string referenceOf(int fd);
 
 // The loop devices that are attached to `file`, whose last known name ends in `name` (it may be deleted by now).
 std::vector<std::string> devicesOver(const FileIdentity& file, const std::string& name);

@@ -9,6 +9,7 @@
 
 #include "cfiplugincontext.h"
 #include "cfiproviderinfo.h"
+#include "loop_import.h"
 
 namespace {
 
@@ -25,6 +26,11 @@ milliseconds budgetOf(CFiSession& session) {
         budget = std::min(budget, milliseconds(entry.freezeBudgetMs > 0 ? entry.freezeBudgetMs : kDefaultBudgetMs));
     }
     return budget;
+}
+
+std::string nameIn(znfi_objid** ids, int count, int index) {
+    const bool isThere = ids != nullptr && index < count && ids[index] != nullptr && ids[index]->name != nullptr;
+    return isThere ? ids[index]->name : "";
 }
 
 loopfi::LoopStatus loopDevice(const std::string& name) {
@@ -223,6 +229,75 @@ int CLOOPPlugin::makeSnapshots(const CFiSmartPtr<CFiSession>& session) {
             entry->snapshotName = data->record.snapshotDevice;
             data->plan.reset();
         }
+        return ZFI_OK;
+    });
+}
+
+// A file that is not there is told apart from other failures.
+template <typename Body>
+int CLOOPPlugin::missingIs18(const char* method, int line, Body body) {
+    return guarded(method, line, [&]() -> int {
+        try {
+            return body();
+        } catch (const std::system_error& error) {
+            if (error.code() != std::errc::no_such_file_or_directory) {
+                throw;
+            }
+            report(method, line, error.what());
+            return ZFI_ERR_ALT_PATH_MISSING;
+        }
+    });
+}
+
+int CLOOPPlugin::importTreeNode(zfi_domain* node, znfi_objid**, znfi_objid** altTreeNodeIds, int count,
+                                znfi_objid** altObject) {
+    return missingIs18("importTreeNode", __LINE__, [&]() -> int {
+        const Data data = factory().access(node);
+        if (!data || altObject == nullptr) {
+            return ZFI_ERR_INVALID_ARGUMENT;
+        }
+        *altObject = nullptr;
+        auto& record = static_cast<CLOOPPrivData&>(*data).record;
+        record =
+            loopfi::attachSnapshot(record, nameIn(altTreeNodeIds, count, 0), nameIn(node->objids, node->objidCount, 1));
+        const std::string& device = record.snapshotDevice;
+        *altObject = znfi_get_objid(device.c_str(), static_cast<uint32_t>(device.size() + 1), ZFI_OBJID_NAMED);
+        return *altObject == nullptr ? ZFI_ERR_NO_OBJID : ZFI_OK;
+    });
+}
+
+int CLOOPPlugin::deportTree(zfi_domain* node, zfi_domain*, zfi_accessnode* access) {
+    return guarded("deportTree", __LINE__, [&]() -> int {
+        if (node == nullptr || access == nullptr) {
+            return ZFI_ERR_INVALID_ARGUMENT;
+        }
+        if (access->imported == 0) {
+            return ZFI_OK;
+        }
+        const Data data = factory().access(node);
+        if (const std::string reference = nameIn(node->objids, node->objidCount, 1); !reference.empty()) {
+            loopfi::detachReferenced(reference);
+        } else if (data) {
+            loopfi::detachSnapshot(static_cast<CLOOPPrivData&>(*data).record);
+        }
+        if (data) {
+            static_cast<CLOOPPrivData&>(*data).record.snapshotDevice.clear();
+        }
+        return ZFI_OK;
+    });
+}
+
+int CLOOPPlugin::reAccessAltNode(zfi_domain* node, znfi_objid*, znfi_objid*, char*, znfi_objid**, znfi_objid**, int,
+                                 zfi_intent intent) {
+    return missingIs18("reAccessAltNode", __LINE__, [&]() -> int {
+        if (intent == ZFI_INTENT_DESTROY) {
+            return ZFI_OK;
+        }
+        const Data data = factory().access(node);
+        if (!data) {
+            return ZFI_ERR_INVALID_ARGUMENT;
+        }
+        loopfi::checkSnapshotFile(static_cast<CLOOPPrivData&>(*data).record);
         return ZFI_OK;
     });
 }

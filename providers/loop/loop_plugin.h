@@ -28,6 +28,19 @@ class CLOOPPlugin : public CFiPluginBase {
     int prepareSnapshots(const CFiSmartPtr<CFiSession>& session) override;
     int makeSnapshots(const CFiSmartPtr<CFiSession>& session) override;
 
+    // Attaches the snapshot that node's restored state tells of: its own file, or the one that altTreeNodeIds[0] names,
+    // which is then nobody's to delete. node->objids[1] may name a reference, of at most 63 bytes, under which
+    // deportTree finds the device again, also when nobody noted it. *altObject: the device. 18: no such file. 32: it is
+    // attached already, but not under this reference. The node's state tells of the attached device afterwards.
+    int importTreeNode(zfi_domain* node, znfi_objid** treeNodeIds, znfi_objid** altTreeNodeIds, int count,
+                       znfi_objid** altObject) override;
+    // Detaches what was attached under the reference in node->objids[1]; without one, every device over the file in the
+    // node's state. The file stays. 32: the device is in use. Twice is harmless.
+    int deportTree(zfi_domain* node, zfi_domain* altNode, zfi_accessnode* access) override;
+    // Is the file in node's state there (18 when not), and the one that was recorded (6 when not)?
+    int reAccessAltNode(zfi_domain* node, znfi_objid* altNodeObject, znfi_objid* object, char* fid,
+                        znfi_objid** objects, znfi_objid** altObjects, int count, zfi_intent intent) override;
+
     // node: the origin, or the node of the snapshot device. splitNode may be null; its session then finds what no
     // record tells of. 32: the snapshot device is in use. Twice is harmless.
     int dispose(zfi_domain* parent, zfi_domain* node, zfi_splitnode* splitNode, zfi_disposition disposition) override;
@@ -37,6 +50,8 @@ class CLOOPPlugin : public CFiPluginBase {
 
     template <typename Body>
     int guarded(const char* method, int line, Body body);
+    template <typename Body>
+    int missingIs18(const char* method, int line, Body body);
     void report(const char* method, int line, const std::string& text);
     CFiPrivateDataFactory& factory() const;
     CLOOPPrivData& dataOf(const CFiSplitNode& entry) const;

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "loop_attach.h"
+#include "loop_import.h"
 
 namespace loopfi {
 namespace {
@@ -41,12 +42,29 @@ bool parseNumber(const std::string& text, std::uint64_t& number) {
     return error == std::errc() && stop == end;
 }
 
+// A record of before they were kept has none of the three.
+bool readGeometry(const std::map<std::string, std::string>& fields, LoopGeometry& geometry) {
+    std::uint64_t blockSize = geometry.blockSize;
+    const auto read = [&](const char* key, std::uint64_t& number) {
+        const auto field = fields.find(key);
+        return field == fields.end() || parseNumber(field->second, number);
+    };
+    if (!read("offset", geometry.offset) || !read("limit", geometry.sizeLimit) || !read("block", blockSize) ||
+        blockSize > UINT32_MAX) {
+        return false;
+    }
+    geometry.blockSize = static_cast<std::uint32_t>(blockSize);
+    return true;
+}
+
 }  // namespace
 
 std::string SnapshotRecord::toText() const {
     return std::string(kFirstLine) + "\norigin " + escaped(originDevice) + "\nsnapshot " + escaped(snapshotDevice) +
            "\nfile " + escaped(file) + "\ndevice " + std::to_string(identity.device) + "\ninode " +
-           std::to_string(identity.inode) + "\n";
+           std::to_string(identity.inode) + "\noffset " + std::to_string(geometry.offset) + "\nlimit " +
+           std::to_string(geometry.sizeLimit) + "\nblock " + std::to_string(geometry.blockSize) + "\n" +
+           (isImported ? "imported 1\n" : "");
 }
 
 std::optional<SnapshotRecord> SnapshotRecord::fromText(const std::string& text) {
@@ -72,7 +90,8 @@ std::optional<SnapshotRecord> SnapshotRecord::fromText(const std::string& text) 
     record.originDevice = fields["origin"];
     record.snapshotDevice = fields["snapshot"];
     record.file = fields["file"];
-    return record;
+    record.isImported = fields.contains("imported");
+    return readGeometry(fields, record.geometry) ? std::optional(record) : std::nullopt;
 }
 
 BackingCopy SnapshotPlan::reserve() {
@@ -85,7 +104,7 @@ void SnapshotPlan::prepare() {
     BackingCopy copy = reserve();
     forecast_ = copy.rehearse();
     provideFreeDevice();
-    record_ = {origin_.device, {}, copy.path(), copy.identity()};
+    record_ = {origin_.device, {}, copy.path(), copy.identity(), origin_};
     reserved_.emplace(std::move(copy));
 }
 
@@ -95,7 +114,7 @@ void SnapshotPlan::make(Clock::time_point deadline) {
     reserved_.reset();
     record_ = {};
     copy.take(forecast_.method, deadline);
-    SnapshotRecord made{origin_.device, {}, copy.path(), copy.identity()};
+    SnapshotRecord made{origin_.device, {}, copy.path(), copy.identity(), origin_};
     made.snapshotDevice = attachFile(copy.fd(), copy.path(), origin_);
     copy.keep();
     record_ = std::move(made);
@@ -143,6 +162,10 @@ void makeTogether(const std::vector<SnapshotPlan*>& plans, Clock::time_point dea
 
 void disposeSnapshot(const SnapshotRecord& record) {
     if (record.file.empty()) {
+        return;
+    }
+    if (record.isImported) {
+        detachSnapshot(record);
         return;
     }
     const auto found = findCopy(record.file, record.identity);

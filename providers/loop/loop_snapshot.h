@@ -18,12 +18,14 @@ struct SnapshotRecord {
     std::string snapshotDevice;  // "/dev/loop4"; empty while only the file's name is reserved
     std::string file;            // the snapshot file; empty: there is no snapshot
     FileIdentity identity;       // of that file
+    LoopGeometry geometry{};     // how the file is attached
+    bool isImported = false;     // the file was made elsewhere: it is never ours to delete
 
     bool operator==(const SnapshotRecord&) const = default;
 
     // One "key value" line per field. Backslashes and line breaks in names are escaped.
     std::string toText() const;
-    // Nothing when it is not such a text, or lacks a field.
+    // Nothing when it is not such a text, or lacks one of the first five fields.
     static std::optional<SnapshotRecord> fromText(const std::string& text);
 };
 
@@ -66,8 +68,8 @@ void prepareTogether(const std::vector<SnapshotPlan*>& plans, std::chrono::milli
 // that fails too, the error says so behind the first cause.
 void makeTogether(const std::vector<SnapshotPlan*>& plans, Clock::time_point deadline);
 
-// Detaches every loop device over the snapshot's file and deletes the file. What is gone already is no error, nor is an
-// empty record. A device in use: std::system_error with EBUSY, and the file stays.
+// Detaches every loop device over the snapshot's file and deletes the file, unless that was imported. What is gone
+// already is no error, nor is an empty record. A device in use: std::system_error with EBUSY, and the file stays.
 void disposeSnapshot(const SnapshotRecord& record);
 
 // What can be told without a record, after a crash: where the snapshot `id` of the device lies, or, for the device of a

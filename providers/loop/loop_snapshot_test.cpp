@@ -8,6 +8,7 @@ namespace {
 TEST(SnapshotRecord, ComesBackFromItsText) {
     const SnapshotRecord records[] = {
         {"/dev/loop1", "/dev/loop2", "/var/images/disk.img.tarnfi-a1", {2049, 123456789}},
+        {"/dev/loop1", "/dev/loop2", "/f", {1, 2}, {1048576, UINT64_MAX, 4096}, true},
         {"/dev/loop1", "", "/a b/line\nbreak\\n \\", {0, UINT64_MAX}},
         {"", "", "", {}},
     };
@@ -28,6 +29,11 @@ TEST(SnapshotRecord, RefusesOtherTexts) {
         without.erase(at, without.find('\n', at + 1) - at);
         EXPECT_FALSE(SnapshotRecord::fromText(without)) << key;
     }
+    const std::string old = good.substr(0, good.find("\noffset ") + 1);
+    ASSERT_TRUE(SnapshotRecord::fromText(old)) << "a record of before the geometry was kept";
+    EXPECT_EQ(SnapshotRecord::fromText(old)->geometry, LoopGeometry{});
+    EXPECT_FALSE(SnapshotRecord::fromText(old + "offset -1\n"));
+    EXPECT_FALSE(SnapshotRecord::fromText(old + "block 4294967296\n"));
     std::string odd = good;
     odd.replace(odd.find("inode 2"), 7, "inode 2x");
     EXPECT_FALSE(SnapshotRecord::fromText(odd));
