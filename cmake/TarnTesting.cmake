@@ -1,14 +1,20 @@
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
+# Half of a test file's compile time is one header: compiled once here, for all test programs. They need not be fast.
+file(WRITE ${CMAKE_BINARY_DIR}/tests/headers.cpp "int main() {}\n")
+add_executable(tarn_test_headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/tests/headers.cpp)
+target_link_libraries(tarn_test_headers PRIVATE tarn_compile GTest::gtest)
+target_compile_options(tarn_test_headers PRIVATE -O1)
+target_precompile_headers(tarn_test_headers PRIVATE <gtest/gtest.h> <map> <memory> <string> <vector>)
+
 # tarn_test(NAME x LABEL unit SOURCES a.cpp … LIBRARIES t … [PROPERTIES p v …])
 # One GoogleTest program; each of its tests is a CTest test in the ring LABEL. A skipped test counts as skipped.
 function(tarn_test)
   cmake_parse_arguments(T "" "NAME;LABEL" "SOURCES;LIBRARIES;PROPERTIES" ${ARGN})
   add_executable(${T_NAME} ${T_SOURCES})
   target_link_libraries(${T_NAME} PRIVATE tarn_compile ${T_LIBRARIES} GTest::gtest GTest::gtest_main)
-  # Half of a test file's compile time is this header, and a test program need not be fast.
-  target_precompile_headers(${T_NAME} PRIVATE <gtest/gtest.h>)
+  target_precompile_headers(${T_NAME} REUSE_FROM tarn_test_headers)
   target_compile_options(${T_NAME} PRIVATE -O1)
   set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   if(T_LABEL STREQUAL "road")
