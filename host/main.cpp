@@ -55,7 +55,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     addOptions(app, settings);
-    for (auto* add : {&addProbe, &addSnapshot, &addList, &addShow, &addDelete, &addRun, &addPlugin}) {
+    for (auto* add : {&addProbe, &addSnapshot, &addList, &addShow, &addDelete, &addRun, &addFormat, &addPlugin}) {
         add(app, chosen);
     }
     try {
