@@ -115,13 +115,14 @@ Status Catalog::commitOneChange(Transaction& transaction, Statement& statement, 
     return transaction.commit();
 }
 
-Result<SnapshotRecord> Catalog::createSnapshot(const Origin& origin) {
+Result<SnapshotRecord> Catalog::createSnapshot(const Origin& origin, Consistency consistency) {
     Result<Transaction> transaction = write();
     if (!transaction) {
         return transaction.failure();
     }
     SnapshotRecord record;
     record.origin = origin;
+    record.consistency = consistency;
     record.createdNs = wallClockNs();
     const Result<std::string> id = nextId(database_, record.createdNs);
     if (!id) {

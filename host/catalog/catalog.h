@@ -49,7 +49,8 @@ class Catalog {
     std::vector<std::string> files() const;
 
     // A new id, in state kMaking. Ids ascend with every snapshot of a catalog, also when the clock was set back.
-    Result<SnapshotRecord> createSnapshot(const Origin& origin);
+    // consistency: of a snapshot that was cut elsewhere; one that is made here gets it from its window.
+    Result<SnapshotRecord> createSnapshot(const Origin& origin, Consistency consistency = Consistency::kUndecided);
     Result<SnapshotRecord> snapshot(const std::string& id) const;
     Result<std::vector<SnapshotRecord>> snapshots() const;  // all states, oldest first
     Status setState(const std::string& id, SnapshotState state);
@@ -58,6 +59,8 @@ class Catalog {
 
     Result<std::int64_t> addNode(const std::string& snapshotId, const NewNode& node);  // the node's id
     Status writeBlob(std::int64_t nodeId, const Blob& blob);                           // replaces
+    // The snapshot's nodes in this role exist no more; none there is fine.
+    Status dropNodes(const std::string& snapshotId, NodeRole role);
     Result<std::vector<NodeRecord>> nodes(const std::string& snapshotId) const;        // in the order they were added
 
     // Before the act. `undo` must be JSON.

@@ -45,6 +45,22 @@ Status Catalog::writeBlob(std::int64_t nodeId, const Blob& blob) {
     return commitOneChange(*transaction, *statement, "node", std::to_string(nodeId));
 }
 
+Status Catalog::dropNodes(const std::string& snapshotId, NodeRole role) {
+    Result<Transaction> transaction = write();
+    if (!transaction) {
+        return transaction.failure();
+    }
+    Result<Statement> statement = database_.prepare("DELETE FROM nodes WHERE snapshot = ? AND role = ?");
+    if (!statement) {
+        return statement.failure();
+    }
+    statement->bind(snapshotId).bind(nameOf(role));
+    if (Status status = statement->run(); !status) {
+        return status;
+    }
+    return transaction->commit();
+}
+
 Result<std::vector<NodeRecord>> Catalog::nodes(const std::string& snapshotId) const {
     Result<Statement> statement = database_.prepare(
         "SELECT id, role, provider, name, parent, blob, encoding FROM nodes WHERE snapshot = ? ORDER BY id");

@@ -15,7 +15,7 @@
 namespace tarnctl {
 namespace {
 
-constexpr std::string_view kOperation = "lock the file system";
+constexpr std::string_view kOperation = "take the lock";
 
 Status checkFolder(const std::string& folder, const std::string& subject) {
     if (mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
@@ -46,8 +46,24 @@ Result<FsLock> FsLock::take(dev_t fileSystem, const std::string& subject, const 
     if (Status status = checkFolder(folder, subject); !status) {
         return status.failure();
     }
-    const std::string file = folder + "/" + deviceNumberText(fileSystem) + ".lock";
-    FsLock lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+    return takeFile(folder + "/" + deviceNumberText(fileSystem) + ".lock", subject);
+}
+
+// A file that was discarded between our opening and locking it is nobody's lock any more.
+Result<FsLock> FsLock::takeForSnapshot(const std::string& snapshotId, const std::string& folder) {
+    if (Status status = checkFolder(folder, snapshotId); !status) {
+        return status.failure();
+    }
+    const std::string file = folder + "/" + snapshotId + ".lock";
+    Result<FsLock> lock = takeFile(file, snapshotId);
+    while (lock && !lock->isAtItsName()) {
+        lock = takeFile(file, snapshotId);
+    }
+    return lock;
+}
+
+Result<FsLock> FsLock::takeFile(const std::string& file, const std::string& subject) {
+    FsLock lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR), file);
     if (lock.descriptor_ < 0) {
         return systemFailure(ExitCode::kFailed, kOperation, subject, "cannot open " + file, errno);
     }
@@ -65,10 +81,23 @@ Result<FsLock> FsLock::take(dev_t fileSystem, const std::string& subject, const 
     return lock;
 }
 
-FsLock::FsLock(FsLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+bool FsLock::isAtItsName() const {
+    struct stat ours {};
+    struct stat named {};
+    return fstat(descriptor_, &ours) == 0 && lstat(file_.c_str(), &named) == 0 && ours.st_ino == named.st_ino &&
+           ours.st_dev == named.st_dev;
+}
+
+void FsLock::discard() {
+    unlink(file_.c_str());
+}
+
+FsLock::FsLock(FsLock&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)), file_(std::move(other.file_)) {}
 
 FsLock& FsLock::operator=(FsLock&& other) noexcept {
     std::swap(descriptor_, other.descriptor_);
+    std::swap(file_, other.file_);
     return *this;
 }
 

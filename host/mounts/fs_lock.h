@@ -1,9 +1,10 @@
-// One snapshot at a time on one file system.
+// One snapshot at a time on one file system, and one tarnctl at a time on one snapshot.
 #pragma once
 
 #include <sys/types.h>
 
 #include <string>
+#include <utility>
 
 #include "host/report/failure.h"
 
@@ -25,6 +26,12 @@ class FsLock {
     static Result<FsLock> take(dev_t fileSystem, const std::string& subject,
                                const std::string& folder = kDefaultLockFolder);
 
+    // The same for a snapshot: whoever mounts, unmounts, exports or deletes it. snapshotId: in the form of such an id.
+    static Result<FsLock> takeForSnapshot(const std::string& snapshotId,
+                                          const std::string& folder = kDefaultLockFolder);
+    // Removes the lock's file, when nobody will need it again. The lock is held on.
+    void discard();
+
     FsLock(FsLock&& other) noexcept;
     FsLock& operator=(FsLock&& other) noexcept;
     FsLock(const FsLock&) = delete;
@@ -35,9 +42,12 @@ class FsLock {
     int descriptor() const { return descriptor_; }
 
   private:
-    explicit FsLock(int descriptor) : descriptor_(descriptor) {}
+    FsLock(int descriptor, std::string file) : descriptor_(descriptor), file_(std::move(file)) {}
+    static Result<FsLock> takeFile(const std::string& file, const std::string& subject);
+    bool isAtItsName() const;
 
     int descriptor_ = -1;
+    std::string file_;
 };
 
 }  // namespace tarnctl

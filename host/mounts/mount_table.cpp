@@ -51,6 +51,7 @@ MountEntry entryOf(libmnt_fs* fs) {
     entry.source = textOrEmpty(mnt_fs_get_source(fs));
     entry.options = textOrEmpty(mnt_fs_get_vfs_options(fs));
     entry.superOptions = textOrEmpty(mnt_fs_get_fs_options(fs));
+    entry.propagation = textOrEmpty(mnt_fs_get_optional_fields(fs));
     entry.isReadOnly = hasOption(entry.options, "ro") || hasOption(entry.superOptions, "ro");
     entry.noSuid = hasOption(entry.options, "nosuid");
     entry.noDev = hasOption(entry.options, "nodev");

@@ -24,6 +24,7 @@ struct MountEntry {
     std::string source;        // device path, "host:/export", or what the file system calls itself; may be empty
     std::string options;       // of the mount, as the kernel lists them: "ro,nosuid,relatime"
     std::string superOptions;  // of the file system
+    std::string propagation;   // "shared:1 master:2": to and from which other mounts it spreads; may be empty
     bool isReadOnly = false;   // the mount or its file system
     bool noSuid = false;
     bool noDev = false;

@@ -112,6 +112,8 @@ void Provider::describe() {
             info_.fiTypes.emplace_back(*type);
         }
     }
+    constexpr uint64_t kFileSystemLayer = 16;
+    info_.isFileSystemLayer = outcome.isOk() && list != nullptr && list->capabilities == kFileSystemLayer;
     znfi_free_providerlist(list);
 }
 

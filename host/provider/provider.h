@@ -27,6 +27,7 @@ struct ProviderInfo {
     std::string path;                  // of the library
     std::string version;               // interface version, "7.0.0.0"
     std::vector<std::string> fiTypes;  // the types it says it handles
+    bool isFileSystemLayer = false;    // else it is a volume layer
 };
 
 // The outcome of one call: its status, and what was reported during it.

@@ -69,9 +69,12 @@ std::vector<std::string> wordsOf(const std::string& process) {
 
 bool isCommandOn(const std::string& process, const std::vector<std::string>& paths) {
     const std::vector<std::string> words = wordsOf(process);
-    const auto isCommand = [](const std::string& word) {
-        const std::string_view name = std::string_view(word).substr(word.rfind('/') + 1);
-        return std::find(kCommands.begin(), kCommands.end(), name) != kCommands.end();
+    // A bare word is a program's name only at the beginning: "tarnctl mount ID NAME" is no mount command.
+    const auto isCommand = [&](const std::string& word) {
+        const std::size_t slash = word.rfind('/');
+        const std::string_view name = std::string_view(word).substr(slash + 1);
+        return (slash != std::string::npos || &word == &words.front()) &&
+               std::find(kCommands.begin(), kCommands.end(), name) != kCommands.end();
     };
     const auto lastOfProgram = words.begin() + static_cast<std::ptrdiff_t>(std::min(words.size(), kWordsBeforeScript));
     return std::any_of(words.begin(), lastOfProgram, isCommand) &&

@@ -8,16 +8,20 @@
 
 namespace tarnctl {
 
-Status restrictLike(const MountEntry& origin, const std::string& point) {
+Restrictions restrictionsOf(const MountEntry& origin) {
+    return {origin.noSuid, origin.noDev, origin.noExec};
+}
+
+Status restrictMount(const Restrictions& restrictions, const std::string& point) {
     mount_attr attributes{};
     attributes.attr_set = MOUNT_ATTR_RDONLY;
-    if (origin.noSuid) {
+    if (restrictions.noSuid) {
         attributes.attr_set |= MOUNT_ATTR_NOSUID;
     }
-    if (origin.noDev) {
+    if (restrictions.noDev) {
         attributes.attr_set |= MOUNT_ATTR_NODEV;
     }
-    if (origin.noExec) {
+    if (restrictions.noExec) {
         attributes.attr_set |= MOUNT_ATTR_NOEXEC;
     }
     if (::mount_setattr(AT_FDCWD, point.c_str(), AT_SYMLINK_NOFOLLOW, &attributes, sizeof attributes) != 0) {

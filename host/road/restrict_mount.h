@@ -8,7 +8,15 @@
 
 namespace tarnctl {
 
-// The mount at point gets the nosuid, nodev and noexec of origin, and read-only; nothing is ever taken away.
-Status restrictLike(const MountEntry& origin, const std::string& point);
+struct Restrictions {
+    bool noSuid = true;
+    bool noDev = true;
+    bool noExec = true;
+};
+
+Restrictions restrictionsOf(const MountEntry& origin);
+
+// The mount at point gets these restrictions, and read-only; nothing is ever taken away.
+Status restrictMount(const Restrictions& restrictions, const std::string& point);
 
 }  // namespace tarnctl

@@ -296,10 +296,12 @@ Status SnapshotRoad::handOver() {
 
 Status SnapshotRoad::mountAlternate() {
     Provider& provider = fileSystem_->provider();
-    MountUndo undo{provider.name(), origin_->point, snapshot_.alternate, snapshot_.snapshotDevice, std::nullopt};
-    if (struct stat status{}; alternateName_->existed && ::stat(snapshot_.alternate.c_str(), &status) == 0) {
-        undo.directory = {status.st_mode, status.st_uid, status.st_gid};
-    }
+    const MountUndo undo{provider.name(),
+                         origin_->point,
+                         snapshot_.alternate,
+                         snapshot_.snapshotDevice,
+                         keptDirectory(*alternateName_),
+                         restrictionsOf(*origin_)};
     auto intended = catalog_.intend(snapshot_.id, intentOf(step::kMount, undo));
     if (!intended) {
         return intended.failure();
@@ -314,7 +316,7 @@ Status SnapshotRoad::mountAlternate() {
     if (!outcome.isOk()) {
         return failureOf(provider, outcome, "mount the snapshot", snapshot_.alternate);
     }
-    if (Status restricted = restrictLike(*origin_, snapshot_.alternate); !restricted) {
+    if (Status restricted = restrictMount(restrictionsOf(*origin_), snapshot_.alternate); !restricted) {
         return restricted;
     }
     return catalog_.finish({*intended, StepOutcome::kDone, {}});

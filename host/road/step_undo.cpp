@@ -1,5 +1,7 @@
 #include "host/road/step_undo.h"
 
+#include <sys/stat.h>
+
 #include <stdexcept>
 
 #include "host/report/report.h"
@@ -17,7 +19,31 @@ Result<Undo> parse(const StepRecord& step, Read read) {
     }
 }
 
+Json jsonOf(const Restrictions& restrictions) {
+    return {{"nosuid", restrictions.noSuid}, {"nodev", restrictions.noDev}, {"noexec", restrictions.noExec}};
+}
+
+Json jsonOf(const Superblock& superblock) {
+    return {{"type", superblock.type}, {"uuid", superblock.uuid}};
+}
+
+Restrictions restrictionsFrom(const Json& json) {
+    return {json.at("nosuid").get<bool>(), json.at("nodev").get<bool>(), json.at("noexec").get<bool>()};
+}
+
+Superblock superblockFrom(const Json& json) {
+    return {json.at("type").get<std::string>(), json.at("uuid").get<std::string>()};
+}
+
 }  // namespace
+
+std::optional<KeptDirectory> keptDirectory(const AlternateName& name) {
+    struct stat status {};
+    if (!name.existed || ::stat(name.name.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return KeptDirectory{status.st_mode, status.st_uid, status.st_gid};
+}
 
 StepIntent intentOf(const char* name, const VolumeUndo& undo) {
     Json json;
@@ -44,7 +70,30 @@ StepIntent intentOf(const char* name, const MountUndo& undo) {
         json["directory"] = {
             {"mode", undo.directory->mode}, {"uid", undo.directory->uid}, {"gid", undo.directory->gid}};
     }
+    json["restrictions"] = jsonOf(undo.restrictions);
     return {name, jsonText(json)};
+}
+
+StepIntent intentOf(const char* name, const AttachUndo& undo) {
+    Json json;
+    json["provider"] = undo.provider;
+    putBytes(json, "node", undo.node);
+    json["reference"] = undo.reference;
+    return {name, jsonText(json)};
+}
+
+StepIntent intentOf(const char* name, const ImportFacts& facts) {
+    Json json;
+    json["id"] = facts.id;
+    putBytes(json, "host", facts.host);
+    putBytes(json, "file", facts.file);
+    json["superblock"] = jsonOf(facts.superblock);
+    json["restrictions"] = jsonOf(facts.restrictions);
+    return {name, jsonText(json)};
+}
+
+StepIntent intentOf(const char* name, const Superblock& superblock) {
+    return {name, jsonText(jsonOf(superblock))};
 }
 
 Result<VolumeUndo> volumeUndoOf(const StepRecord& step) {
@@ -64,12 +113,34 @@ Result<MountUndo> mountUndoOf(const StepRecord& step) {
     return parse<MountUndo>(step, [](const Json& json) {
         MountUndo undo{json.at("provider").get<std::string>(), getBytes(json, "origin").value(),
                        getBytes(json, "alternate").value(), getBytes(json, "snapshotDevice").value(), std::nullopt};
+        if (auto restrictions = json.find("restrictions"); restrictions != json.end()) {
+            undo.restrictions = restrictionsFrom(*restrictions);
+        }
         if (auto directory = json.find("directory"); directory != json.end()) {
             undo.directory = {directory->at("mode").get<mode_t>(), directory->at("uid").get<uid_t>(),
                               directory->at("gid").get<gid_t>()};
         }
         return undo;
     });
+}
+
+Result<AttachUndo> attachUndoOf(const StepRecord& step) {
+    return parse<AttachUndo>(step, [](const Json& json) {
+        return AttachUndo{json.at("provider").get<std::string>(), getBytes(json, "node").value(),
+                          json.at("reference").get<std::string>()};
+    });
+}
+
+Result<ImportFacts> importFactsOf(const StepRecord& step) {
+    return parse<ImportFacts>(step, [](const Json& json) {
+        return ImportFacts{json.at("id").get<std::string>(), getBytes(json, "host").value(),
+                           getBytes(json, "file").value(), superblockFrom(json.at("superblock")),
+                           restrictionsFrom(json.at("restrictions"))};
+    });
+}
+
+Result<Superblock> superblockOf(const StepRecord& step) {
+    return parse<Superblock>(step, [](const Json& json) { return superblockFrom(json); });
 }
 
 }  // namespace tarnctl

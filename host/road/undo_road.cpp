@@ -4,11 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "host/freeze/fs_freeze.h"
 #include "host/freeze/held_directory.h"
+#include "host/mounts/device_users.h"
 #include "host/mounts/fs_lock.h"
 #include "host/mounts/mount_table.h"
 #include "host/provider/node.h"
@@ -40,13 +42,40 @@ bool saysBusy(const Failure& failure) {
     return false;
 }
 
+// Does undoing the step change anything on the machine?
+bool hasEffect(const StepRecord& step) {
+    const std::string& name = step.intent.name;
+    return name == step::kMount || name == step::kAttach || name == step::kMake || name == step::kPrepare ||
+           (name == step::kFreeze && step.state == StepState::kIntended);
+}
+
 }  // namespace
 
-// A living tarnctl holds the directory of the mount point, so where nothing is mounted there is none.
 Status UndoRoad::undoAlone(const std::string& snapshotId) {
+    if (auto record = catalog_.snapshot(snapshotId); !record) {
+        return record.failure();
+    }
+    auto own = FsLock::takeForSnapshot(snapshotId);
+    if (!own) {
+        return own.failure();
+    }
+    Status undone = undoBesideOrigin(snapshotId);
+    if (undone) {
+        own->discard();
+    }
+    return undone;
+}
+
+// A living tarnctl that makes a snapshot holds the directory of the mount point, so where nothing is mounted there is
+// none. The origin of an imported snapshot is on another host.
+Status UndoRoad::undoBesideOrigin(const std::string& snapshotId) {
     auto record = catalog_.snapshot(snapshotId);
     if (!record) {
         return record.failure();
+    }
+    auto imported = isImported(snapshotId);
+    if (!imported || *imported) {
+        return imported ? undo(snapshotId) : Status(imported.failure());
     }
     auto table = MountTable::read();
     if (!table) {
@@ -65,21 +94,26 @@ Status UndoRoad::undo(const std::string& snapshotId) {
     if (!record || record->state == SnapshotState::kGone) {
         return record ? Status(Done{}) : Status(record.failure());
     }
-    if (Status deleting = catalog_.setState(snapshotId, SnapshotState::kDeleting); !deleting) {
-        return deleting;
-    }
     auto steps = catalog_.stepsToUndo(snapshotId);
     if (!steps) {
         return steps.failure();
     }
+    if (Status unused = refuseInUse(*steps); !unused) {
+        return unused;
+    }
+    if (Status deleting = catalog_.setState(snapshotId, SnapshotState::kDeleting); !deleting) {
+        return deleting;
+    }
+    bool isWhole = true;
     for (const StepRecord& step : *steps) {
         if (Status undone = undoStep(step); !undone) {
-            if (&step == &steps->front()) {  // nothing was undone: it still is what it was
+            if (isWhole) {  // nothing was undone: it still is what it was
                 noteBeside(undone.failure(), catalog_.setState(snapshotId, record->state));
             }
             noteBeside(undone.failure(), catalog_.noteUndoFailure(step.key, undone.failure().cause));
             return undone;
         }
+        isWhole = isWhole && !hasEffect(step);
         if (Status noted = catalog_.undone(step.key); !noted) {
             return noted;
         }
@@ -87,11 +121,41 @@ Status UndoRoad::undo(const std::string& snapshotId) {
     return catalog_.setState(snapshotId, SnapshotState::kGone);
 }
 
+Result<bool> UndoRoad::isImported(const std::string& snapshotId) {
+    auto steps = catalog_.steps(snapshotId);
+    if (!steps) {
+        return steps.failure();
+    }
+    return std::any_of(steps->begin(), steps->end(),
+                       [](const StepRecord& step) { return step.intent.name == step::kImport; });
+}
+
+// Before the first step is undone: what only shows after the unmount would leave half of it.
+Status UndoRoad::refuseInUse(const std::vector<StepRecord>& steps) {
+    for (const StepRecord& step : steps) {
+        if (step.intent.name != step::kMount) {
+            continue;
+        }
+        auto undo = mountUndoOf(step);
+        if (!undo) {
+            return undo.failure();
+        }
+        if (Status unused = refuseOtherUsers(undo->snapshotDevice, undo->alternate); !unused) {
+            return unused;
+        }
+    }
+    return Done{};
+}
+
 Status UndoRoad::undoStep(const StepRecord& step) {
     const std::string& name = step.intent.name;
     if (name == step::kMount) {
         auto undo = mountUndoOf(step);
         return undo ? unmount(*undo) : Status(undo.failure());
+    }
+    if (name == step::kAttach) {
+        auto undo = attachUndoOf(step);
+        return undo ? detach(*undo) : Status(undo.failure());
     }
     if (name == step::kMake || name == step::kPrepare) {
         auto undo = volumeUndoOf(step);
@@ -157,6 +221,21 @@ Status UndoRoad::leaveDirectoryAsItWas(const MountUndo& undo) {
     }
     return systemFailure(ExitCode::kFailed, "remove the mount point", undo.alternate, "it was made for the snapshot",
                          errno);
+}
+
+// By its reference alone: the device may never have been noted, and what another host's record says of files is not
+// true here.
+Status UndoRoad::detach(const AttachUndo& undo) {
+    auto owner = providerNamed(providers_, undo.provider);
+    if (!owner) {
+        return owner.failure();
+    }
+    Node node(**owner, undo.node);
+    node.requestAlternate(undo.reference);
+    zfi_accessnode access{nullptr, 1, 0};
+    CallOutcome outcome =
+        (*owner)->call([&](const EntryPoints& entry) { return entry.deport_tree(node.record(), nullptr, &access); });
+    return outcome.isOk() ? Status(Done{}) : failureOf(**owner, outcome, "detach the snapshot of", undo.node);
 }
 
 Status UndoRoad::disposeOfVolume(const StepRecord& step, const VolumeUndo& undo) {
