@@ -247,7 +247,13 @@ typedef int zfi_fn_disable_access(zfi_node_subobj_list* list, long flags);
 
 /* ---- Restore and resynchronisation -------------------------------------------------------------------------- */
 
-/* 46 restore (D, W): brings objects back from their snapshots; arrays of count entries. Default 2. */
+/* 46 restore (D, W): writes snapshots back over the objects (devices) that they were made of; arrays of count entries.
+ * After process_providerstate restored the objects' nodes, under the names that they had then. name: the snapshots' id, or
+ * null. The snapshots stay as they are. Everything that can refuse is looked at for all objects before the first byte
+ * is changed; with ZFI_RESTORE_CHECK in flags nothing more is done, and an object may still be in use. *status says
+ * what became of the objects (ZFI_RESTORE_ values), also when the call fails; when the process dies in the call, they
+ * count as half restored, and the same call makes them whole. targets: the names that the objects have now, which they
+ * keep until deinit_node; see znfi.h for how it is freed. 32: an object is in use. 3: a null argument. Default 2. */
 typedef int zfi_fn_restore(znfi_objid** objects, znfi_objid** snapshots, long count, char* name, char* options,
                            char*** targets, long* targetCount, long flags, long* status);
 

@@ -210,6 +210,16 @@ typedef enum zfi_op_providerstate {
 /* Operation of online. */
 enum { ZFI_ONLINE_MOUNT = 1, ZFI_ONLINE_UMOUNT = 2 };
 
+/* Flag of restore: only look whether it would be refused. */
+#define ZFI_RESTORE_CHECK 0x1
+
+/* What restore left of its objects. */
+enum {
+    ZFI_RESTORE_UNTOUCHED = 0, /* no byte of them was changed */
+    ZFI_RESTORE_HALF = 1,      /* neither what they were nor their snapshots: to be restored again before they are used */
+    ZFI_RESTORE_WHOLE = 2      /* equal to their snapshots, and on the disk */
+};
+
 /* Records that only pass through: the base operations do not look inside them. */
 typedef struct zfi_node zfi_node;
 typedef struct zfi_node_list zfi_node_list;

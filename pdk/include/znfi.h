@@ -6,7 +6,8 @@
  * Heap memory that crosses the boundary and is NOT a buffer of znfi_alloc_buf:
  *   - zfi_quiescenode.method: strdup by the provider, freed by the base deinit_node;
  *   - the out text of objctl: strdup, freed by the caller with free();
- *   - the path array of online_resource: malloc, freed by the caller with free(); its one element is a buffer.
+ *   - the path arrays of online_resource and restore: malloc, freed by the caller with free(); their elements are
+ *     buffers of the length of their text and its terminator.
  */
 #ifndef ZNFI_H
 #define ZNFI_H

@@ -49,7 +49,8 @@ class BackingCopy {
 
     const std::string& path() const { return path_; }
     const FileIdentity& identity() const { return identity_; }
-    int fd() const { return copy_.get(); }  // open for reading and writing; lives as long as this object
+    int fd() const { return copy_.get(); }          // open for reading and writing; lives as long as this object
+    int originFd() const { return origin_.get(); }  // the backing file, for reading
 
     // From here on the file stays.
     void keep() { isKept_ = true; }

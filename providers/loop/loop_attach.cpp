@@ -9,8 +9,6 @@
 #include <cstring>
 #include <thread>
 
-#include "descriptor.h"
-
 namespace loopfi {
 namespace {
 
@@ -61,6 +59,25 @@ void takeBackAutoclear(const std::string& device, const FileIdentity& file) {
     }
 }
 
+// Answers the device and, in `holder`, a descriptor of it.
+std::string attach(loop_config config, const std::string& reference, Descriptor& holder) {
+    const Descriptor control = openControl();
+    for (int i = 0;; ++i) {
+        const std::string device = freeDevice(control.get());
+        Descriptor fd(::open(device.c_str(), O_RDWR | O_CLOEXEC));
+        if (fd && ::ioctl(fd.get(), LOOP_CONFIGURE, &config) == 0) {
+            holder = std::move(fd);
+            return device;
+        }
+        // Taken or removed by somebody else since it was free: ask for another one.
+        const bool isRace = errno == EBUSY || errno == ENXIO || errno == ENODEV || (!fd && errno == ENOENT);
+        if (!isRace || i == kAttachTries) {
+            throwErrno("attach " + reference + " to " + device);
+        }
+        std::this_thread::sleep_for(kBetweenTries);
+    }
+}
+
 }  // namespace
 
 void provideFreeDevice() {
@@ -76,21 +93,14 @@ void provideFreeDevice() {
 }
 
 std::string attachFile(int file, const std::string& reference, const LoopGeometry& like) {
-    const Descriptor control = openControl();
+    Descriptor holder;
+    return attach(configurationFor(file, reference, like), reference, holder);
+}
+
+std::string attachHeld(int file, const std::string& reference, const LoopGeometry& like, Descriptor& holder) {
     loop_config config = configurationFor(file, reference, like);
-    for (int i = 0;; ++i) {
-        const std::string device = freeDevice(control.get());
-        const Descriptor fd(::open(device.c_str(), O_RDWR | O_CLOEXEC));
-        if (fd && ::ioctl(fd.get(), LOOP_CONFIGURE, &config) == 0) {
-            return device;
-        }
-        // Taken or removed by somebody else since it was free: ask for another one.
-        const bool isRace = errno == EBUSY || errno == ENXIO || errno == ENODEV || (!fd && errno == ENOENT);
-        if (!isRace || i == kAttachTries) {
-            throwErrno("attach " + reference + " to " + device);
-        }
-        std::this_thread::sleep_for(kBetweenTries);
-    }
+    config.info.lo_flags = LO_FLAGS_AUTOCLEAR;
+    return attach(config, reference, holder);
 }
 
 Detached detachFile(const std::string& device, const FileIdentity& file) {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "descriptor.h"
 #include "loop_device.h"
 
 namespace loopfi {
@@ -17,6 +18,9 @@ void provideFreeDevice();
 // of which the kernel keeps the first 63 bytes with the device, so that it is found again: the file's path, or who
 // attached it.
 std::string attachFile(int file, const std::string& reference, const LoopGeometry& like);
+
+// The same, but the device goes by itself with its last user; `holder` is the first one.
+std::string attachHeld(int file, const std::string& reference, const LoopGeometry& like, Descriptor& holder);
 
 enum class Detached {
     kNow,     // it was attached to the file, and no longer is

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -31,6 +32,26 @@ milliseconds budgetOf(CFiSession& session) {
 std::string nameIn(znfi_objid** ids, int count, int index) {
     const bool isThere = ids != nullptr && index < count && ids[index] != nullptr && ids[index]->name != nullptr;
     return isThere ? ids[index]->name : "";
+}
+
+// As znfi.h says it of this call.
+char** pathArray(const std::vector<std::string>& paths) {
+    auto** array = static_cast<char**>(std::malloc(paths.size() * sizeof(char*)));
+    for (std::size_t i = 0; array != nullptr && i < paths.size(); ++i) {
+        array[i] = static_cast<char*>(znfi_alloc_buf(paths[i].size() + 1));
+        if (array[i] == nullptr) {
+            for (std::size_t made = 0; made < i; ++made) {
+                znfi_free_buf(array[made], paths[made].size() + 1);
+            }
+            std::free(array);
+            throw std::bad_alloc();
+        }
+        paths[i].copy(array[i], paths[i].size());
+    }
+    if (array == nullptr) {
+        throw std::bad_alloc();
+    }
+    return array;
 }
 
 loopfi::LoopStatus loopDevice(const std::string& name) {
@@ -322,6 +343,54 @@ int CLOOPPlugin::dispose(zfi_domain*, zfi_domain* node, zfi_splitnode* splitNode
                 other.record = {};
             }
         }
+        return ZFI_OK;
+    });
+}
+
+CLOOPPrivData& CLOOPPlugin::restorable(znfi_objid* object, znfi_objid* snapshot, const char* name) const {
+    const Data found = object == nullptr ? Data() : factory().accessByName(object->name, false);
+    if (!found) {
+        throw std::runtime_error("an origin's node was not initialised");
+    }
+    auto& data = static_cast<CLOOPPrivData&>(*found);
+    const std::string& file = data.record.file;
+    const bool isMeant = name == nullptr || file.ends_with(loopfi::copyPath({}, name));
+    if (file.empty() || !isMeant || snapshot == nullptr || data.record.snapshotDevice != snapshot->name) {
+        throw std::runtime_error(std::string("the node ") + object->name + " has no record of this snapshot");
+    }
+    return data;
+}
+
+int CLOOPPlugin::restore(znfi_objid** objects, znfi_objid** snapshots, long count, char* name, char*, char*** targets,
+                         long* targetCount, long flags, long* status) {
+    return guarded("restore", __LINE__, [&]() -> int {
+        if (objects == nullptr || snapshots == nullptr || count <= 0 || targets == nullptr || targetCount == nullptr ||
+            status == nullptr) {
+            return ZFI_ERR_INVALID_ARGUMENT;
+        }
+        *targets = nullptr;
+        *targetCount = 0;
+        *status = ZFI_RESTORE_UNTOUCHED;
+        std::vector<loopfi::OriginRestore*> all;
+        std::vector<std::string> devices;
+        for (long i = 0; i < count; ++i) {
+            CLOOPPrivData& data = restorable(objects[i], snapshots[i], name);
+            loopfi::OriginRestore checked = loopfi::OriginRestore::check(data.record);
+            data.restore.reset();  // only now, so that the device is held all the time
+            all.push_back(&data.restore.emplace(std::move(checked)));
+            devices.push_back(all.back()->device());
+        }
+        for (std::size_t i = 0; i < all.size() && (flags & ZFI_RESTORE_CHECK) == 0; ++i) {
+            try {
+                all[i]->run();
+            } catch (...) {
+                *status = i > 0 || all[i]->hasBegun() ? ZFI_RESTORE_HALF : ZFI_RESTORE_UNTOUCHED;
+                throw;
+            }
+            *status = i + 1 == all.size() ? ZFI_RESTORE_WHOLE : ZFI_RESTORE_HALF;
+        }
+        *targets = pathArray(devices);
+        *targetCount = count;
         return ZFI_OK;
     });
 }

@@ -40,6 +40,11 @@ class CLOOPPlugin : public CFiPluginBase {
     // Is the file in node's state there (18 when not), and the one that was recorded (6 when not)?
     int reAccessAltNode(zfi_domain* node, znfi_objid* altNodeObject, znfi_objid* object, char* fid,
                         znfi_objid** objects, znfi_objid** altObjects, int count, zfi_intent intent) override;
+    // objects: the origins' devices as they were recorded; their nodes hold the snapshots' records. name: the
+    // snapshots' id, or null for whatever the nodes hold. targets: the devices that the origins have now, which keep
+    // their numbers until the nodes go. All are looked at before the first is written to. 32: an origin is in use.
+    int restore(znfi_objid** objects, znfi_objid** snapshots, long count, char* name, char* options, char*** targets,
+                long* targetCount, long flags, long* status) override;
 
     // node: the origin, or the node of the snapshot device. splitNode may be null; its session then finds what no
     // record tells of. 32: the snapshot device is in use. Twice is harmless.
@@ -57,4 +62,5 @@ class CLOOPPlugin : public CFiPluginBase {
     CLOOPPrivData& dataOf(const CFiSplitNode& entry) const;
     loopfi::SnapshotRecord recordOf(zfi_domain* node, const std::string& id) const;
     std::vector<Data> everyData() const;
+    CLOOPPrivData& restorable(znfi_objid* object, znfi_objid* snapshot, const char* name) const;
 };

@@ -57,6 +57,19 @@ bool readGeometry(const std::map<std::string, std::string>& fields, LoopGeometry
     return true;
 }
 
+std::string textOf(const OriginImage& image) {
+    return "image-inode " + std::to_string(image.inode) + "\nimage-born " + std::to_string(image.bornNs) +
+           "\nimage-length " + std::to_string(image.length) + "\n";
+}
+
+std::optional<OriginImage> imageFrom(std::map<std::string, std::string>& fields) {
+    OriginImage image;
+    const bool isWhole = parseNumber(fields["image-inode"], image.inode) &&
+                         parseNumber(fields["image-born"], image.bornNs) &&
+                         parseNumber(fields["image-length"], image.length);
+    return isWhole ? std::optional(image) : std::nullopt;
+}
+
 }  // namespace
 
 std::string SnapshotRecord::toText() const {
@@ -64,7 +77,7 @@ std::string SnapshotRecord::toText() const {
            "\nfile " + escaped(file) + "\ndevice " + std::to_string(identity.device) + "\ninode " +
            std::to_string(identity.inode) + "\noffset " + std::to_string(geometry.offset) + "\nlimit " +
            std::to_string(geometry.sizeLimit) + "\nblock " + std::to_string(geometry.blockSize) + "\n" +
-           (isImported ? "imported 1\n" : "");
+           (isImported ? "imported 1\n" : "") + (image ? textOf(*image) : "");
 }
 
 std::optional<SnapshotRecord> SnapshotRecord::fromText(const std::string& text) {
@@ -91,6 +104,7 @@ std::optional<SnapshotRecord> SnapshotRecord::fromText(const std::string& text) 
     record.snapshotDevice = fields["snapshot"];
     record.file = fields["file"];
     record.isImported = fields.contains("imported");
+    record.image = imageFrom(fields);
     return readGeometry(fields, record.geometry) ? std::optional(record) : std::nullopt;
 }
 
@@ -104,7 +118,8 @@ void SnapshotPlan::prepare() {
     BackingCopy copy = reserve();
     forecast_ = copy.rehearse();
     provideFreeDevice();
-    record_ = {origin_.device, {}, copy.path(), copy.identity(), origin_};
+    image_ = imageOf(copy.originFd());
+    record_ = {origin_.device, {}, copy.path(), copy.identity(), origin_, false, image_};
     reserved_.emplace(std::move(copy));
 }
 
@@ -114,7 +129,7 @@ void SnapshotPlan::make(Clock::time_point deadline) {
     reserved_.reset();
     record_ = {};
     copy.take(forecast_.method, deadline);
-    SnapshotRecord made{origin_.device, {}, copy.path(), copy.identity(), origin_};
+    SnapshotRecord made{origin_.device, {}, copy.path(), copy.identity(), origin_, false, image_};
     made.snapshotDevice = attachFile(copy.fd(), copy.path(), origin_);
     copy.keep();
     record_ = std::move(made);

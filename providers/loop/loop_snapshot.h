@@ -9,23 +9,26 @@
 
 #include "backing_copy.h"
 #include "loop_device.h"
+#include "origin_image.h"
 
 namespace loopfi {
 
 // All that is needed to get rid of a snapshot, in this process or in a later one.
 struct SnapshotRecord {
-    std::string originDevice;    // "/dev/loop3"
-    std::string snapshotDevice;  // "/dev/loop4"; empty while only the file's name is reserved
-    std::string file;            // the snapshot file; empty: there is no snapshot
-    FileIdentity identity;       // of that file
-    LoopGeometry geometry{};     // how the file is attached
-    bool isImported = false;     // the file was made elsewhere: it is never ours to delete
+    std::string originDevice;            // "/dev/loop3"
+    std::string snapshotDevice;          // "/dev/loop4"; empty while only the file's name is reserved
+    std::string file;                    // the snapshot file; empty: there is no snapshot
+    FileIdentity identity;               // of that file
+    LoopGeometry geometry{};             // how the file is attached, and how the origin's was
+    bool isImported = false;             // the file was made elsewhere: it is never ours to delete
+    std::optional<OriginImage> image{};  // the origin's file when it was prepared; older records lack it
 
     bool operator==(const SnapshotRecord&) const = default;
 
     // One "key value" line per field. Backslashes and line breaks in names are escaped.
     std::string toText() const;
-    // Nothing when it is not such a text, or lacks one of the first five fields.
+    // Nothing when it is not such a text, or lacks one of the first five fields; an image that is not told whole counts
+    // as not told.
     static std::optional<SnapshotRecord> fromText(const std::string& text);
 };
 
@@ -57,6 +60,7 @@ class SnapshotPlan {
     std::string id_;
     std::optional<BackingCopy> reserved_;
     CopyForecast forecast_;
+    OriginImage image_;
     SnapshotRecord record_;
 };
 

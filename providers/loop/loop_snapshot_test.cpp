@@ -11,6 +11,7 @@ TEST(SnapshotRecord, ComesBackFromItsText) {
         {"/dev/loop1", "/dev/loop2", "/f", {1, 2}, {1048576, UINT64_MAX, 4096}, true},
         {"/dev/loop1", "", "/a b/line\nbreak\\n \\", {0, UINT64_MAX}},
         {"", "", "", {}},
+        {"/dev/loop1", "/dev/loop2", "/f", {1, 2}, LoopGeometry{6, 7, 4096}, false, OriginImage{3, 4, 5}},
     };
     for (const SnapshotRecord& record : records) {
         EXPECT_EQ(SnapshotRecord::fromText(record.toText()), record) << record.toText();
@@ -37,6 +38,16 @@ TEST(SnapshotRecord, RefusesOtherTexts) {
     std::string odd = good;
     odd.replace(odd.find("inode 2"), 7, "inode 2x");
     EXPECT_FALSE(SnapshotRecord::fromText(odd));
+}
+
+TEST(SnapshotRecord, AnImageThatIsNotToldWholeIsNone) {
+    const SnapshotRecord told{"/dev/loop1", "/dev/loop2",        "/f", {1, 2}, LoopGeometry{6, 7, 4096},
+                              false,        OriginImage{3, 4, 5}};
+    std::string text = told.toText();
+    text.replace(text.find("image-length 5"), 14, "image-length x");
+    const auto read = SnapshotRecord::fromText(text);
+    ASSERT_TRUE(read);
+    EXPECT_FALSE(read->image);
 }
 
 TEST(DisposeSnapshot, OfNothingIsHarmless) {
