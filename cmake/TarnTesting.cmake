@@ -8,6 +8,11 @@ target_link_libraries(tarn_test_headers PRIVATE tarn_compile GTest::gtest)
 target_compile_options(tarn_test_headers PRIVATE -O1)
 target_precompile_headers(tarn_test_headers PRIVATE <gtest/gtest.h> <map> <memory> <string> <vector>)
 
+# What a ring's tests run is built by the target <ring>_ring, so that a build for some rings need not build everything.
+foreach(ring unit contract road fault fuzz)
+  add_custom_target(${ring}_ring)
+endforeach()
+
 # tarn_test(NAME x LABEL unit SOURCES a.cpp … LIBRARIES t … [PROPERTIES p v …])
 # One GoogleTest program; each of its tests is a CTest test in the ring LABEL. A skipped test counts as skipped.
 function(tarn_test)
@@ -17,6 +22,7 @@ function(tarn_test)
   target_precompile_headers(${T_NAME} REUSE_FROM tarn_test_headers)
   target_compile_options(${T_NAME} PRIVATE -O1)
   set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_dependencies(${T_LABEL}_ring ${T_NAME})
   if(T_LABEL STREQUAL "road")
     list(APPEND T_PROPERTIES RESOURCE_LOCK loop-devices)  # the machine has one set of them
   endif()
