@@ -129,11 +129,6 @@ Status refuseHeld(const BlockDevice& device) {
                          errno);
 }
 
-bool isDevice(const std::string& name, dev_t number) {
-    struct stat status {};
-    return ::stat(name.c_str(), &status) == 0 && S_ISBLK(status.st_mode) && status.st_rdev == number;
-}
-
 }  // namespace
 
 Status refuseUsed(const BlockDevice& device, const MountTable& table, const std::string& sysfs) {
@@ -155,7 +150,12 @@ Status refuseUsed(const BlockDevice& device, const MountTable& table, const std:
     return refuseHeld(device);
 }
 
-Status refuseRecorded(const BlockDevice& device, const Catalog& catalog) {
+bool isDeviceNamed(const std::string& name, const BlockDevice& device) {
+    struct stat status {};
+    return ::stat(name.c_str(), &status) == 0 && S_ISBLK(status.st_mode) && status.st_rdev == device.number;
+}
+
+Status refuseRecorded(const BlockDevice& device, const Catalog& catalog, RecordedAs as) {
     auto records = catalog.snapshots();
     if (!records) {
         return records.failure();
@@ -168,11 +168,12 @@ Status refuseRecorded(const BlockDevice& device, const Catalog& catalog) {
         if (!nodes) {
             return nodes.failure();
         }
-        const bool isOfNode = std::any_of(nodes->begin(), nodes->end(), [&](const NodeRecord& node) {
-            return node.node.role != NodeRole::kOrigin && node.node.role != NodeRole::kAlternate &&
-                   isDevice(node.node.name, device.number);
+        const bool isRecorded = std::any_of(nodes->begin(), nodes->end(), [&](const NodeRecord& node) {
+            const bool counts = node.node.role == NodeRole::kSnapshotDevice ||
+                                (as == RecordedAs::kAnything && node.node.role == NodeRole::kDevice);
+            return counts && isDeviceNamed(node.node.name, device);
         });
-        if (isOfNode || isDevice(record.origin.device, device.number)) {
+        if (isRecorded) {
             return objectionTo(device, fmt::format("it belongs to snapshot {}: delete that first", record.id));
         }
     }

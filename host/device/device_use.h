@@ -16,7 +16,12 @@ namespace tarnctl {
 // is about this moment. `table` is this process's own.
 Status refuseUsed(const BlockDevice& device, const MountTable& table, const std::string& sysfs = "/sys");
 
-// kBusy when a snapshot that is not gone has it as its origin, its volume or its snapshot device.
-Status refuseRecorded(const BlockDevice& device, const Catalog& catalog);
+enum class RecordedAs { kAnything, kSnapshotDevice };
+
+// kBusy when a snapshot that is not gone has it as its origin, its volume or its snapshot device, or only as the last.
+Status refuseRecorded(const BlockDevice& device, const Catalog& catalog, RecordedAs as = RecordedAs::kAnything);
+
+// Whether the name leads to this device.
+bool isDeviceNamed(const std::string& name, const BlockDevice& device);
 
 }  // namespace tarnctl

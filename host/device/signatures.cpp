@@ -30,7 +30,8 @@ Probe probeOf(int descriptor) {
         return nullptr;
     }
     blkid_probe_enable_superblocks(probe.get(), 1);
-    blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_TYPE | BLKID_SUBLKS_UUID | BLKID_SUBLKS_BADCSUM);
+    blkid_probe_set_superblocks_flags(
+        probe.get(), BLKID_SUBLKS_TYPE | BLKID_SUBLKS_UUID | BLKID_SUBLKS_USAGE | BLKID_SUBLKS_BADCSUM);
     blkid_probe_enable_partitions(probe.get(), 1);
     blkid_probe_set_partitions_flags(probe.get(), BLKID_PARTS_FORCE_GPT);
     return probe;
@@ -51,9 +52,9 @@ Result<std::vector<Signature>> signaturesOn(const BlockDevice& device) {
     int code = 0;
     while ((code = blkid_do_probe(probe.get())) == 0) {
         if (const std::string type = valueOf(probe.get(), "TYPE"); !type.empty()) {
-            found.push_back({type, valueOf(probe.get(), "UUID")});
+            found.push_back({type, valueOf(probe.get(), "UUID"), valueOf(probe.get(), "USAGE") == "filesystem"});
         } else if (const std::string table = valueOf(probe.get(), "PTTYPE"); !table.empty()) {
-            found.push_back({table + " partition table", valueOf(probe.get(), "PTUUID")});
+            found.push_back({table + " partition table", valueOf(probe.get(), "PTUUID"), false});
         }
     }
     if (code < 0) {

@@ -12,6 +12,7 @@ namespace tarnctl {
 struct Signature {
     std::string name;  // "xfs", "LVM2_member", "crypto_LUKS", "swap"; "gpt partition table"
     std::string uuid;  // empty where there is none
+    bool isFileSystem = false;
 };
 
 // Every signature found, file systems, members of volumes, swap, encryption and partition tables alike; empty for a
