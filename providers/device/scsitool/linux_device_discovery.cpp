@@ -5,17 +5,15 @@
 #include <filesystem>
 #include <set>
 
+#include "new_disks.h"
+
 namespace {
 
 constexpr int kDetail = 7;
 constexpr int kDeepestMap = 8;
+constexpr std::chrono::seconds kLongestForNewDisks{2};
 constexpr char kDevices[] = "class/scsi_device";
 constexpr char kHosts[] = "class/scsi_host";
-
-// Peripheral device types: direct access, reduced block commands, host-managed zones.
-bool isDisk(const std::string& type) {
-    return type == "0" || type == "14" || type == "20";
-}
 
 std::string lastName(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
@@ -39,7 +37,7 @@ std::vector<CScsiDeviceData*> CLinuxDeviceDiscovery::listDevices() {
     for (const std::string& entry : sysfs().entries(kDevices)) {
         const auto address = CScsiAddress::parse(entry);
         const std::string folder = std::string(kDevices) + '/' + entry + "/device/";
-        if (!address || !isDisk(sysfs().read(folder + "type").value_or(""))) {
+        if (!address || !isDiskType(sysfs().read(folder + "type"))) {
             continue;
         }
         for (const std::string& block : sysfs().entries(folder + "block")) {
@@ -85,6 +83,7 @@ int CLinuxDeviceDiscovery::rescanHostBuses(bool allHosts) {
         }
     }
     int result = 0;
+    const NewDisks newDisks(sysfs());
     for (const std::string& host : sysfs().entries(kHosts)) {
         if (!allHosts && !used.contains(host)) {
             continue;
@@ -95,6 +94,10 @@ int CLinuxDeviceDiscovery::rescanHostBuses(bool allHosts) {
             say(kDetail, "libscsitool: %s could not be scanned: %s", host.c_str(), std::strerror(error));
             result = error;
         }
+    }
+    for (const std::string& address : newDisks.await(kLongestForNewDisks)) {
+        say(kDetail, "libscsitool: the disk at %s has no block device yet and is not waited for any longer",
+            address.c_str());
     }
     return result;
 }

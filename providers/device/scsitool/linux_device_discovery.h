@@ -20,7 +20,8 @@ class CLinuxDeviceDiscovery : public CDeviceDiscoveryBase {
     // "/dev/sdb", a symbolic link to it, or a device-mapper map: then the disks below it. Partitions have no records.
     std::vector<CScsiDeviceData*> listDevicesByName(std::string deviceName) override;
     // All hosts, or only those that a device is known on when not allHosts: adapters without any take long to answer.
-    // A host that cannot be scanned does not keep the others from it.
+    // A host that cannot be scanned does not keep the others from it. Returns when the new disks have their block
+    // devices, which the kernel makes after the scan, or after two seconds.
     int rescanHostBuses(bool allHosts) override;
 
   private:

@@ -35,3 +35,7 @@ std::optional<CScsiAddress> CScsiAddress::parse(std::string_view text) {
                          takeNumber(text, address.target, true) && takeNumber(text, address.lun, false);
     return isWhole ? std::optional(address) : std::nullopt;
 }
+
+bool isDiskType(const std::optional<std::string>& type) {
+    return type == "0" || type == "14" || type == "20";
+}

@@ -20,6 +20,10 @@ struct CScsiAddress {
     static std::optional<CScsiAddress> parse(std::string_view text);
 };
 
+// Whether the kernel's "type" attribute of a SCSI device is that of a disk: direct access, reduced block commands or
+// host-managed zones. Absent is none.
+bool isDiskType(const std::optional<std::string>& type);
+
 // Owned by the discovery that listed it and valid as long as that discovery; refreshed by UpdateDevice. Texts are empty
 // and numbers 0 where the device or the kernel did not say.
 class CScsiDeviceData {
