@@ -140,6 +140,7 @@ class KernelLog:
     _BAD = re.compile(
         r"\bBUG\b|WARNING: CPU|Oops|general protection|blocked for more than|I/O error|lost async page write"
         r"|XFS \(\w+\): .*([Cc]orrupt|[Ee]rror|[Ss]hut ?down|[Ff]ailed)"
+        r"|REISERFS (error|panic)|ERROR: \(device \w+\)"  # the latter is how jfs says it
         r"|EXT[234]-fs (error|warning)|EXT[234]-fs \(\w+\): .*(error|corrupt)|JBD2: .*([Ee]rror|[Ff]ail)"
     )
 

@@ -16,6 +16,8 @@ MKFS = {
     "ext3": ["mkfs.ext3", "-q", "-F"],
     "ext4": ["mkfs.ext4", "-q", "-F"],
     "btrfs": ["mkfs.btrfs", "-q", "-f"],
+    "jfs": ["mkfs.jfs", "-q"],
+    "reiserfs": ["mkfs.reiserfs", "-q", "-f", "-f"],  # twice: an image is no block device
 }
 _SIZE = 320 << 20  # xfs takes no less than 300 MiB; images are sparse
 
