@@ -25,6 +25,9 @@ class RoadCase(unittest.TestCase):
             self.skipTest(reason)
         self.build = os.environ["TARNFI_TEST_BUILD"]
         kernel.enter_private_mounts()
+        reason = kernel.provide_mount_table()
+        if reason:
+            self.skipTest(reason)
         self.kernel_log = kernel.KernelLog()
         self.addCleanup(self.kernel_log.close)
         self.semaphores = kernel.semaphores()
