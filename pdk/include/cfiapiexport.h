@@ -239,10 +239,10 @@ struct Prepare : InFrame {
     }
 };
 
-// The object ids of the names, all or none: *ids stays null when one of them cannot be made.
+// The object ids of the names, all or none: *ids becomes null when one of them cannot be made. Without names it is not
+// written at all.
 inline void storeObjectIds(const std::vector<std::string>& names, znfi_objid*** ids, int* count) {
     *count = static_cast<int>(names.size());
-    *ids = nullptr;
     if (names.empty()) {
         return;
     }

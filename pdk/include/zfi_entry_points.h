@@ -145,8 +145,8 @@ typedef void zfi_fn_unquiesce(zfi_quiescenode* single, zfi_quiescenode** nodes, 
  * layer that copies, after it for the layers above (update_snapshot_handle comes first). Marks each node
  * ZFI_STATE_MADE. *ids receives one object id per node, in order, in an array of znfi_alloc_buf that the caller frees
  * with znfi_free_buf(*ids, *idCount * sizeof(znfi_objid *)). Status 0 with *idCount set and *ids null: the snapshots
- * were made but some id could not be; a caller treats that as a failure. 4 is never returned. A second call makes them
- * again. */
+ * were made but some id could not be; a caller treats that as a failure. Without nodes *idCount becomes 0 and *ids is
+ * not written; neither is with any other status. 4 is never returned. A second call makes them again. */
 typedef int zfi_fn_make(zfi_splitnode* single, char* sessionId, zfi_splitnode** nodes, int count, znfi_objid*** ids,
                         int* idCount);
 
@@ -218,9 +218,9 @@ typedef int zfi_fn_get_last_error(zfi_msg_info** list);
  * may be null; other lists stay valid until they are given back. */
 typedef int zfi_fn_del_last_error(zfi_msg_info** list);
 
-/* 41 get_locale_message: the text of a message of get_last_error in a locale ("" or null: the default one). *text belongs
- * to the caller, who gives it back with del_locale_message; *length receives its bytes, the terminator included. 5: no
- * memory. */
+/* 41 get_locale_message: the text of a message of get_last_error in a locale ("" or null: the default one). *text
+ * belongs to the caller, who gives it back with del_locale_message; *length receives its bytes, the terminator
+ * included. 5: no memory. */
 typedef int zfi_fn_get_locale_message(int* length, zfi_msg_info* message, const char* locale, char** text);
 
 /* 42 del_locale_message: frees *text and sets it to null; a null *text is passed over. */

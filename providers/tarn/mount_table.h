@@ -50,6 +50,8 @@ class MountText {
     explicit operator bool() const { return text_ != nullptr; }
     // Never null.
     const char* text() const { return text_ == nullptr ? "" : text_; }
+    // Null where none came back, or its copy could not be made.
+    const char* copy() const { return text_; }
 
   private:
     char* text_ = nullptr;

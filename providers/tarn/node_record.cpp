@@ -29,9 +29,10 @@ int recordMountEntry(const char* method, const char* mountPoint, CTARNPrivData& 
     tarnLog()->trace(kTraceDetail, "mnt_fsname [%s]", device.text());
     tarnLog()->trace(kTraceDetail, "fstype [%s]", type.text());
     tarnLog()->trace(kTraceDetail, "mnt_opts [%s]", options.text());
-    data.setDevName(device.text());
-    data.setFsType(type.text());
-    data.setMntOpts(options.text());
+    // What could not be copied leaves the recorded value as it was.
+    data.setDevName(device.copy());
+    data.setFsType(type.copy());
+    data.setMntOpts(options.copy());
     return ZFI_OK;
 }
 

@@ -177,6 +177,30 @@ const Row kEnable[] = {
                   {"/bin/mount", "-o", "rw", "/dev/sdc1", "/logs"}},
      .messages = {failedCommand("ZFI_EXEC_PIPE_CMD_FAILED", "/bin/mount  -o rw \"/dev/sdc1\" \"/logs\"")},
      .after = offlineAre({false, true})},
+    {.name = "a_repeated_call_goes_on_with_the_nodes_not_yet_done",
+     .before =
+         [](Bed& bed) {
+             twoOffline(bed);
+             shapeHost({.answers = {{.command = "mount", .nth = 2, .exitStatus = 32}}});
+             EXPECT_EQ(enable(bed), ZFI_ERR_MOUNT_FAILED);
+         },
+     .call = enable,
+     .trace = enables({notMounted("/dev/sdc1"), makesPoint("/logs"),
+                       progress("Command : /bin/mount  -o rw \"/dev/sdc1\" \"/logs\"")}),
+     .commands = {{"/bin/mkdir", "-p", "/logs"}, {"/bin/mount", "-o", "rw", "/dev/sdc1", "/logs"}},
+     .after = offlineAre({false, false})},
+    {.name = "what_disable_found_unmounted_is_mounted",
+     .before =
+         [](Bed& bed) {
+             Node& node = bed.restored("/data", {.device = "/dev/sdb1", .type = "ext3", .options = "rw"});
+             addNodeToAccessList(bed, node, {"/dev/sdb1"});
+             EXPECT_EQ(bed.call().disable_access(&bed.accessList.front(), 0), ZFI_OK);
+         },
+     .call = enable,
+     .trace = enables({notMounted("/dev/sdb1"), makesPoint("/data"),
+                       progress("Command : /bin/mount  -o rw \"/dev/sdb1\" \"/data\"")}),
+     .commands = {kMkdir, {"/bin/mount", "-o", "rw", "/dev/sdb1", "/data"}},
+     .after = offlineAre({false})},
     {.name = "a_mount_point_that_cannot_be_made",
      .host = {.answers = {{.command = "mkdir", .exitStatus = 1}}},
      .before = twoOffline,

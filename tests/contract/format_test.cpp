@@ -105,6 +105,11 @@ const Row kFormat[] = {
          {"/sbin/mkfs", "-t", "ext3", kDevice}),
     checkedOnly("a_supported_type_with_bit_0_clear_runs_nothing", "xfs", 0, {}),
     checkedOnly("ext4_with_bit_0_clear_is_refused", "ext4", 3, error("TARN::format not a supported type")),
+    {.name = "ext4_with_bit_0_clear_is_refused_after_its_options_are_traced",
+     .call = [](Bed& bed) { return formatWith(bed, "ext4", kMountOnly.c_str(), 0); },
+     .status = ZFI_ERR_INVALID_ARGUMENT,
+     .trace = formats({progress("TARN::format - type = ext4"), optionLines(kMountOnly, "", "noatime"),
+                       error("TARN::format not a supported type")})},
     checkedOnly("capitals_are_another_type", "XFS", 3, error("TARN::format not a supported type")),
     {.name = "ext4_is_refused_after_its_options_are_traced",
      .call = [](Bed& bed) { return formatWith(bed, "ext4", kMountOnly.c_str()); },
@@ -154,7 +159,8 @@ const Row kFormat[] = {
              Commands all = testMountCommands(testMountPoint());
              all.insert(all.begin(), {"/sbin/mkfs", "-t", "xfs", "-f", kDevice});
              return all;
-         }},
+         },
+     .after = [](Bed&) { EXPECT_EQ(directoriesRemoved(), (std::vector<std::string>{testMountPoint()})); }},
     {.name = "no_devices_are_refused",
      .call =
          [](Bed& bed) { return bed.call().format(nullptr, 1, nullptr, bed.text("xfs"), nullptr, 1, nullptr, nullptr); },
@@ -175,6 +181,23 @@ const Row kFormat[] = {
 };
 CONTRACT_TABLE(Format, kFormat);
 
+const Row kOut[] = {
+    {.name = "names_and_count_are_not_written",
+     .call =
+         [](Bed& bed) {
+             char* devices[] = {bed.text(kDevice)};
+             bed.outPaths = reinterpret_cast<char**>(&bed);
+             return bed.call().format(devices, 1, nullptr, bed.text("xfs"), nullptr, 0, &bed.outPaths, &bed.outInt);
+         },
+     .trace = formats(progress("TARN::format - type = xfs")),
+     .after =
+         [](Bed& bed) {
+             EXPECT_EQ(static_cast<void*>(bed.outPaths), static_cast<void*>(&bed));
+             EXPECT_EQ(bed.outInt, -77);
+         }},
+};
+CONTRACT_TABLE(FormatOut, kOut);
+
 const Row kTime[] = {
     {.name = "the_test_mount_point_is_day_month_year_hour_minute_second",
      .call = [](Bed& bed) { return formatWith(bed, "xfs", nullptr); },
@@ -194,6 +217,7 @@ const Row kTime[] = {
          [](Bed&) {
              tm parsed{};
              const std::string place = testMountPoint();
+             EXPECT_EQ(directoriesRemoved(), (std::vector<std::string>{place}));
              const char* end = strptime(place.c_str(), "/tmp_%d%m%Y%H%M%S", &parsed);
              ASSERT_NE(end, nullptr) << place;
              EXPECT_EQ(*end, '\0') << place;

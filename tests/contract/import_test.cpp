@@ -59,12 +59,14 @@ const Trace kLater = progress("TARN::importTreeNode command will be retried afte
 const Answer kNotYet = {.command = "mount", .exitStatus = 32, .prints = "not\n yet there\n"};
 
 // The private host has no SCSI devices.
-const Trace kRescans = {
-    progress("TARN::importTreeNode - Initiating device rescan."),
-    scope("rescan", "device_discovery_base",
-          {progress("libscsitool: Info: CDeviceDiscoveryBase::rescan()."), progress("Acquring lock ."),
-           progress("Got the lock ."), progress("Releasing the lock ."),
-           progress("libscsitool: DEBUG : CDeviceDiscoveryBase::rescan Exit.")})};
+Trace rescans(const Trace& first = {}) {
+    return {progress("TARN::importTreeNode - Initiating device rescan."),
+            scope("rescan", "device_discovery_base",
+                  {first, progress("libscsitool: Info: CDeviceDiscoveryBase::rescan()."), progress("Acquring lock ."),
+                   progress("Got the lock ."), progress("Releasing the lock ."),
+                   progress("libscsitool: DEBUG : CDeviceDiscoveryBase::rescan Exit.")})};
+}
+const Trace kRescans = rescans();
 
 std::function<void(Bed&)> records(State state, const char* name) {
     state.altName = name;
@@ -97,6 +99,15 @@ Row plain(const char* name, const State& state, const std::string& options, cons
 
 Command mountWith(const char* options) {
     return {"/bin/mount", "-o", options, kDevice, "/data_alt"};
+}
+
+// /data_alt and the numbered names up to this one, all mounted.
+std::string takenPlaces(int last) {
+    std::string table = "/dev/sdz /data_alt ext3 rw 0 0\n";
+    for (int i = 0; i < last; ++i) {
+        table += "/dev/sdz /data_alt" + std::to_string(i) + " ext3 rw 0 0\n";
+    }
+    return table;
 }
 
 const Row kImport[] = {
@@ -196,6 +207,49 @@ const Row kImport[] = {
                        tries(mountCommand("ro,nouuid", kDevice, "snap")), method("setAltName")}),
      .commands = {{"/bin/mkdir", "-p", "snap"}, {"/bin/mount", "-o", "ro,nouuid", kDevice, "snap"}},
      .after = records(kXfs, "snap")},
+    {.name = "a_requested_name_while_the_table_has_become_unreadable_counts_as_free",
+     .host = {.changes = {{.afterText = "tarn_get_mntent_value: device [] is not mounted", .unreadable = true}}},
+     .before = nodeWith(kXfs, {"/data", "/snap"}),
+     .call = importIt,
+     .trace = imports({info(kXfs, "/data", "/snap", kDevice), notInPlace(kXfs),
+                       error("tarn_get_mntent: fopen() of mnttab file failed"), makesPoint("/snap"),
+                       tries(mountCommand("ro,nouuid", kDevice, "/snap")), method("setAltName")}),
+     .commands = {{"/bin/mkdir", "-p", "/snap"}, {"/bin/mount", "-o", "ro,nouuid", kDevice, "/snap"}},
+     .after = records(kXfs, "/snap")},
+    {.name = "a_request_for_another_node_is_not_for_this_one",
+     .before = nodeWith(kXfs, {"/else", "/snap"}),
+     .call = importIt,
+     .trace = imports({info(kXfs, "/else", "/snap", kDevice), notInPlace(kXfs), makesPoint("/data_alt"),
+                       tries(kCommand), method("setAltName")}),
+     .commands = {kMkdir, kMount},
+     .after = records(kXfs, "/data_alt")},
+    {.name = "an_empty_requested_name_is_none",
+     .before = nodeWith(kXfs, {"/data", ""}),
+     .call = importIt,
+     .trace = imports({info(kXfs, "/data", "", kDevice), notInPlace(kXfs), makesPoint("/data_alt"), tries(kCommand),
+                       method("setAltName")}),
+     .commands = {kMkdir, kMount},
+     .after = records(kXfs, "/data_alt")},
+    {.name = "the_counter_has_more_than_two_digits",
+     .host = {.mountTable = takenPlaces(101)},
+     .before = nodeWith(kXfs, {"/data"}),
+     .call = importIt,
+     .trace = imports({info(kXfs, "/data", "null", kDevice), notInPlace(kXfs), makesPoint("/data_alt101"),
+                       tries(mountCommand("ro,nouuid", kDevice, "/data_alt101")), method("setAltName")}),
+     .commands = {{"/bin/mkdir", "-p", "/data_alt101"}, {"/bin/mount", "-o", "ro,nouuid", kDevice, "/data_alt101"}},
+     .after = records(kXfs, "/data_alt101")},
+    {.name = "a_mount_point_that_cannot_be_made_ends_it",
+     .host = {.answers = {{.command = "mkdir", .exitStatus = 1, .prints = "no\n"}}},
+     .before = nodeWith(kXfs, {"/data"}),
+     .call = importIt,
+     .status = ZFI_ERR_FAILED,
+     .trace = imports(
+         {info(kXfs, "/data", "null", kDevice), notInPlace(kXfs),
+          method("createMntPoint", {progress("Command : /bin/mkdir -p  \"/data_alt\""),
+                                    error("command '/bin/mkdir -p  \"/data_alt\"' failed with message 'no'.")})}),
+     .commands = {kMkdir},
+     .messages = {failedCommand("ZFI_EXEC_PIPE_CMD_FAILED", "/bin/mkdir -p  \"/data_alt\"")},
+     .after = keeps(kXfs)},
     {.name = "a_requested_name_that_is_mounted_is_refused",
      .host = {.mountTable = "/dev/sdz /snap xfs ro 0 0\n"},
      .before = nodeWith(kXfs, {"/data", "/snap"}),
@@ -221,6 +275,21 @@ const Row kImport[] = {
          imports({info(kXfs, "/data", "null", kDevice), notInPlace(kXfs), makesPoint("/data_alt"), tries(kCommand),
                   fails(kCommand), kLater, tries(kCommand), fails(kCommand), kLater, tries(kCommand), fails(kCommand),
                   kLater, tries(kCommand), fails(kCommand), kRescans, tries(kCommand), method("setAltName")}),
+     .commands = {kMkdir, kMount, kMount, kMount, kMount, kMount},
+     .waits = {.sleeps = {30, 30, 30}},
+     .after = records(kXfs, "/data_alt")},
+    {.name = "a_rescan_without_its_lock_goes_on",
+     .host = {.answers = {{.command = "mount", .nth = 5}, kNotYet}},
+     .before = nodeWith(kXfs, {"/data"}),
+     .faults = {.noSemaphore = true},
+     .call = importIt,
+     .trace = imports(
+         {info(kXfs, "/data", "null", kDevice), notInPlace(kXfs), makesPoint("/data_alt"), tries(kCommand),
+          fails(kCommand), kLater, tries(kCommand), fails(kCommand), kLater, tries(kCommand), fails(kCommand), kLater,
+          tries(kCommand), fails(kCommand),
+          rescans(error("libscsitool: ERROR: CDeviceDiscoveryBase::rescan() goes on without the lock: No space left on "
+                        "device.")),
+          tries(kCommand), method("setAltName")}),
      .commands = {kMkdir, kMount, kMount, kMount, kMount, kMount},
      .waits = {.sleeps = {30, 30, 30}},
      .after = records(kXfs, "/data_alt")},

@@ -271,6 +271,16 @@ const Row kOnline[] = {
           error("CTARNPlugin::onlineResource: error from CTARNPlugin::createPathAndAllocBuffer")}),
      .commands = {kMkdirCommand, kMountCommand},
      .after = handsBackNoPath},
+    {.name = "no_memory_for_the_path_after_a_mount",
+     .faults = {.noBufferAtCall = 1},
+     .call = onlineIt,
+     .status = ZFI_ERR_NO_MEMORY,
+     .trace = onlinesResource(
+         {looksUpDevice(kDevice), kMakesPoint, mountsResource(kMount),
+          method("createPathAndAllocBuffer", error("CTARNPlugin::createPathAndAllocBuffer memory allocation failed")),
+          error("CTARNPlugin::onlineResource: error from CTARNPlugin::createPathAndAllocBuffer")}),
+     .commands = {kMkdirCommand, kMountCommand},
+     .after = handsBackNoPath},
     {.name = "null_out_pointers_are_refused",
      .call =
          [](Bed& bed) {

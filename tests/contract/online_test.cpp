@@ -1,4 +1,6 @@
 // Mounting and unmounting a node at its own path: online, dispose.
+#include <utility>
+
 #include "bed/row.h"
 
 namespace {
@@ -82,6 +84,17 @@ const Row kMountRows[] = {
     {.name = "a_node_without_private_data",
      .before = [](Bed& bed) { bed.node("/data"); },
      .call = mountIt,
+     .status = ZFI_ERR_INVALID_ARGUMENT,
+     .trace = onlines(error("Invalid private data for node. Cannot online / mount the file system."))},
+    {.name = "a_node_without_object_id",
+     .before = initialised,
+     .call =
+         [](Bed& bed) {
+             znfi_objid* const id = std::exchange(bed.lastNode()->objid, nullptr);
+             const int status = mountIt(bed);
+             bed.lastNode()->objid = id;
+             return status;
+         },
      .status = ZFI_ERR_INVALID_ARGUMENT,
      .trace = onlines(error("Invalid private data for node. Cannot online / mount the file system."))},
     {.name = "a_node_without_sub_object",

@@ -100,6 +100,22 @@ const Row kState_[] = {
      .status = ZFI_ERR_INVALID_ARGUMENT,
      .trace = processes({}),
      .after = keepsState},
+    {.name = "a_failure_of_the_private_data_is_the_answer",
+     .before = [](Bed& bed) { bed.restored("/data", kState); },
+     .faults = {.noBufferAtCall = 1},
+     .call =
+         [](Bed& bed) {
+             bed.blob.length = 77;
+             return process(bed, ZFI_STATE_SAVE, &bed.blob);
+         },
+     .status = ZFI_ERR_NO_MEMORY,
+     .trace = processes({}),
+     .after =
+         [](Bed& bed) {
+             EXPECT_EQ(bed.blob.data, nullptr);
+             EXPECT_EQ(bed.blob.length, 77U) << "a blob that cannot be filled is left alone";
+             keepsState(bed);
+         }},
     {.name = "any_other_operation_does_nothing",
      .before = [](Bed& bed) { bed.restored("/data", kState); },
      .call = [](Bed& bed) { return process(bed, 2, nullptr); },

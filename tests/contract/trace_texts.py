@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Finds trace texts of the plug-in that no expectation names.
+"""Finds trace texts that no expectation names.
 
-    trace_texts.py SOURCES TESTS
+    trace_texts.py SOURCES TESTS...
 
 Every format that a source below SOURCES traces must stand in a test below TESTS, its conversions filled in. Adjacent
-literals count as one text on both sides.
+literals count as one text on both sides. Level 7 is everybody's own and free. A folder of sources may be one of tests too: its *_test.cpp files count.
 """
 import os
 import re
@@ -12,9 +12,12 @@ import sys
 
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 COMMENT = re.compile(r'//[^\n]*|/\*.*?\*/', re.DOTALL)
-TRACE = re.compile(r'(?:->|\.)trace\s*\(|\btrace\w*\s*\(')
+TRACE = re.compile(r'(?:->|\.)trace\s*\(|\b(?:trace\w*|say)\s*\(')
 CONVERSION = re.compile(r'%(?:%|[-+ #0]*\d*(?:\.\d+)?(?:hh|h|ll|l|z|j)?[a-zA-Z])')
-SKIPPED_SOURCE = re.compile(r'_(?:test|fuzz|bench)\.cpp$|_testing\.h$|^trace_capture\.h$')
+SKIPPED_SOURCE = re.compile(r'_(?:test|fuzz|bench|actor)\.cpp$|_testing\.h$|^trace_capture\.(?:h|cpp)$')
+LEVEL = re.compile(r'\s*(\w+)\s*,')
+OWN_LEVEL = "7"
+TEST = re.compile(r'_test\.cpp$')
 
 
 def files(folder, pattern):
@@ -66,18 +69,36 @@ def texts_of(arguments):
     return joined
 
 
+def is_own_detail(arguments, text):
+    """Is the call's level, a number or a constant of the same file, the one that is free?"""
+    level = LEVEL.match(arguments)
+    if level is None:
+        return False
+    constant = re.search(rf"constexpr int {level[1]} = (\w+);", text)
+    return (constant[1] if constant else level[1]) == OWN_LEVEL
+
+
 def traced(path):
     text = without_comments(read(path))
     for call in TRACE.finditer(text):
-        for found in texts_of(text[call.end():argument_end(text, call.end())]):
+        arguments = text[call.end():argument_end(text, call.end())]
+        if is_own_detail(arguments, text):
+            continue
+        for found in texts_of(arguments):
             if re.search(r"[A-Za-z]{3}", found):
                 yield found
 
 
-def expected(folder):
+def tests_of(folder):
+    """Every file, where all are tests; else those that are."""
+    found = list(files(folder, r"\.(?:cpp|c|h)$"))
+    return found if "tests" in folder.split(os.sep) else [path for path in found if TEST.search(path)]
+
+
+def expected(folders):
     """All texts of the tests; what stands between two literals may be anything."""
     parts = []
-    for path in files(folder, r"\.(?:cpp|c|h)$"):
+    for path in (path for folder in folders for path in tests_of(folder)):
         last_end = None
         text = without_comments(read(path))
         for match in LITERAL.finditer(text):
@@ -94,7 +115,7 @@ def is_named(text, expectations):
     return re.search(pattern, expectations) is not None
 
 
-def main(sources, tests):
+def main(sources, *tests):
     expectations = expected(tests)
     total, missing = 0, []
     for path in files(sources, r"\.(?:cpp|h)$"):

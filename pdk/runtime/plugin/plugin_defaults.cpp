@@ -100,8 +100,8 @@ int CFiPluginBase::prepareSnapshots(const CFiSmartPtr<CFiSession>&) {
     return ZFI_OK;
 }
 
-int CFiPluginBase::make(char*, zfi_splitnode**, int, znfi_objid*** ids, int* idCount) {
-    clear(ids, idCount);
+// Nothing is written: the session form may still fail.
+int CFiPluginBase::make(char*, zfi_splitnode**, int, znfi_objid***, int*) {
     return ZFI_USE_SESSION;
 }
 

@@ -115,6 +115,7 @@ void Bed::begin(const Host& host) {
     receiver_.hadEmptyText = false;
     shapeHost(host);
     resetWaits();
+    directoriesRemoved();
     takeTrace();
 }
 

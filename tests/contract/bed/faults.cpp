@@ -2,12 +2,16 @@
 
 #include <dlfcn.h>
 #include <mntent.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <sys/vfs.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 #include "host.h"
@@ -30,6 +34,7 @@ namespace {
 
 bed::Faults active;
 int buffers = 0;
+std::vector<std::string> removed;
 
 template <typename Function>
 Function* next(const char* name) {
@@ -50,6 +55,10 @@ namespace bed {
 void setFaults(const Faults& faults) {
     active = faults;
     buffers = 0;
+}
+
+std::vector<std::string> directoriesRemoved() {
+    return std::exchange(removed, {});
 }
 
 bool canRefuseMemory() {
@@ -116,7 +125,27 @@ BED_REPLACES int statvfs(const char* path, struct statvfs* info) noexcept {
     return real(path, info);
 }
 
+BED_REPLACES int semget(key_t key, int count, int flags) noexcept {
+    static auto* real = next<decltype(semget)>("semget");
+    if (active.noSemaphore) {
+        errno = ENOSPC;
+        return -1;
+    }
+    return real(key, count, flags);
+}
+
+BED_REPLACES int rmdir(const char* path) noexcept {
+    static auto* real = next<decltype(rmdir)>("rmdir");
+    removed.emplace_back(path);
+    return real(path);
+}
+
 #if BED_OWNS_MALLOC
+BED_REPLACES char* strdup(const char* text) noexcept {
+    static auto* real = next<decltype(strdup)>("strdup");
+    return !active.noCopyOf.empty() && active.noCopyOf == text ? nullptr : real(text);
+}
+
 extern "C" void* __libc_malloc(size_t size);
 
 BED_REPLACES void* malloc(size_t size) noexcept {

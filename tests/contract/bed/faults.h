@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace bed {
 
@@ -12,6 +13,8 @@ struct Faults {
     int noBufferAtCall = 0;            // the n-th znfi_alloc_buf answers null
     bool noProviderNode = false;       // znfi_build_providerlist_node answers null
     bool noPathArray = false;          // malloc of one pointer answers null
+    std::string noCopyOf = {};         // strdup of this text answers null
+    bool noSemaphore = false;          // semget fails
     bool noStatfs = false;             // statfs fails
     long statfsMagic = 0;              // what statfs says the superblock magic is; 0: the truth
     bool noStatvfs = false;            // statvfs fails
@@ -22,7 +25,10 @@ void setFaults(const Faults& faults);
 inline void clearFaults() {
     setFaults({});
 }
-// Can noPathArray be had? Not where a sanitizer owns malloc.
+// Can noPathArray and noCopyOf be had? Not where a sanitizer owns malloc.
 bool canRefuseMemory();
+
+// The directories that rmdir was called with since then.
+std::vector<std::string> directoriesRemoved();
 
 }  // namespace bed

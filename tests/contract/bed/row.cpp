@@ -54,7 +54,7 @@ void check(const Row& row) {
     if (!reasonToSkip().empty()) {
         GTEST_SKIP() << reasonToSkip();
     }
-    if (row.faults.noPathArray && !canRefuseMemory()) {
+    if ((row.faults.noPathArray || !row.faults.noCopyOf.empty()) && !canRefuseMemory()) {
         GTEST_SKIP() << "a sanitizer owns malloc";
     }
     if (const std::string reason = row.skip ? row.skip() : ""; !reason.empty()) {

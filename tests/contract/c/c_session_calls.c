@@ -81,6 +81,15 @@ static const char* count_is_set_and_ids_are_null(void) {
                : "not the count with null ids";
 }
 
+static int make_nothing(void) {
+    fill();
+    ids = (znfi_objid**)(void*)&domains;
+    return call.make(NULL, two, NULL, 0, &ids, &count);
+}
+static const char* count_is_0_and_ids_are_untouched(void) {
+    return count == 0 && ids == (znfi_objid**)(void*)&domains ? NULL : "not the count alone";
+}
+
 static int select_without_session(void) {
     return call.select(&nodes[0], NULL, NULL, 0);
 }
@@ -173,6 +182,7 @@ const struct c_case session_cases[] = {
     {"make one node", make_one, 0, BASE("make"), has_one_id},
     {"select a list", select_list, 0, BASE("select"), NULL},
     {"make a list whose snapshots have no names", make_list, 0, BASE("make"), count_is_set_and_ids_are_null},
+    {"make nothing", make_nothing, 0, BASE("make"), count_is_0_and_ids_are_untouched},
     {"select without session", select_without_session, 3, BASE("select"), NULL},
     {"select a count without list", select_a_count_without_list, 3, BASE("select"), NULL},
     {"select a negative count", select_a_negative_count, 3, BASE("select"), NULL},

@@ -118,6 +118,11 @@ const Method kMethods[] = {
      }},
     {"initAltNode", Where::trace, 6, nullptr,
      [](Bed& bed) { return bed.call().init_altnode(nullptr, nullptr, bed.node("/data_alt")); }},
+    {"reAccessAltNode", Where::trace, 6, nullptr,
+     [](Bed& bed) {
+         return bed.call().reaccess_altnode(nullptr, Bed::objid("/media/none"), nullptr, nullptr, nullptr, nullptr, 0,
+                                            ZFI_INTENT_READ);
+     }},
     {"deportTree", Where::trace, 6, nullptr,
      [](Bed& bed) {
          bed.access.imported = 1;
@@ -255,6 +260,48 @@ TEST(OnlineStatus, an_exception_of_the_runner_itself_is_6) {
     bed.begin({.mountTable = "/dev/sdb1 /data xfs rw 0 0\n"});
     raising::raiseInRunner([] { throw 1; });
     EXPECT_EQ(bed.call().online(nullptr, bed.lastNode(), ZFI_ONLINE_UMOUNT, ZFI_DISPOSITION_REMOVE), ZFI_ERR_FAILED);
+}
+
+// The dump of the host fails nothing by itself: only what the runner throws gets out of it.
+TEST(DiagnosticsEscape, an_exception_of_the_runner_ends_the_operation) {
+    if (!reasonToSkip().empty()) {
+        GTEST_SKIP() << reasonToSkip();
+    }
+    Bed bed;
+    addToAccessList(bed, "/data", {"/dev/sdb1"});
+    bed.begin({.mountTable = "/dev/sdb1 /data xfs rw 0 0\n", .answers = {{.command = "umount", .exitStatus = 1}}});
+    raising::raiseInRunner([] { throw std::runtime_error("no memory"); }, "/sbin/fuser /data");
+    EXPECT_EQ(bed.call().disable_access(&bed.accessList.front(), 0), ZFI_ERR_FAILED);
+    EXPECT_EQ(openScopes(), 0);
+    EXPECT_EQ(
+        renderMessages(bed.call()),
+        render(Messages{{"MSG_ERROR_UNHANDLED_RUNTIME_EXCEPTION", {"std::runtime_error", "no memory", kSource, "#"}}}));
+    EXPECT_EQ(bed.accessList.front().node->state & ZFI_STATE_OFFLINE, 0U);
+}
+
+TEST(Reporting, what_is_thrown_while_a_message_is_pushed_leaves_the_method) {
+    if (!reasonToSkip().empty()) {
+        GTEST_SKIP() << reasonToSkip();
+    }
+    Bed bed;
+    bed.begin({});
+    raising::raiseInPush([] { throw std::runtime_error("no room for a message"); });
+    EXPECT_THROW(bed.call().init_altnode(nullptr, nullptr, nullptr), std::runtime_error);
+    EXPECT_EQ(openScopes(), 0);
+    EXPECT_EQ(renderMessages(bed.call()), "");
+}
+
+TEST(SecondInit, registers_a_second_catalogue_factory) {
+    if (!reasonToSkip().empty()) {
+        GTEST_SKIP() << reasonToSkip();
+    }
+    Bed bed;
+    raising::takeRegistrations();
+    zfi_version version{};
+    EXPECT_EQ(bed.call().init(&bed.receiver().init, &version, "fim"), ZFI_OK);
+    EXPECT_EQ(raising::takeRegistrations(), 1);
+    EXPECT_EQ(bed.call().init(&bed.receiver().init, &version, "fim"), ZFI_OK);
+    EXPECT_EQ(raising::takeRegistrations(), 1);
 }
 
 TEST(InitAfterFailure, may_be_repeated) {

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "cfierrormanager.h"
 #include "cfiexecpipe.h"
 #include "cfimessagecatalog.h"
 #include "cfitracelog.h"
@@ -15,6 +16,9 @@ namespace {
 std::function<void()> inRunner;
 std::function<void()> inTrace;
 std::function<void()> inCatalog;
+std::function<void()> inPush;
+std::string raisingCommand;
+int registrations = 0;
 std::vector<raising::Run> runs;
 
 void raiseOnce(std::function<void()>& raise) {
@@ -33,20 +37,28 @@ using Lines = std::vector<std::string>;
 using ExecFunction = int(CFiExecPipeBase*, std::string, Lines&, std::string, unsigned long, std::string, std::string,
                          std::string);
 using TraceFunction = void(CFiTraceLog*, int, const char*, ...);
+using PushFunction = void(CFiErrorManager*, const CFiSmartPtr<CFiMessage>&);
 using RegisterFunction = void(CFiMessageCatalogManager*, const CFiSmartPtr<CFiMessageCatalogFactory>&);
 
 }  // namespace
 
 namespace raising {
 
-void raiseInRunner(std::function<void()> raise) {
+void raiseInRunner(std::function<void()> raise, std::string command) {
     inRunner = std::move(raise);
+    raisingCommand = std::move(command);
 }
 void raiseInTrace(std::function<void()> raise) {
     inTrace = std::move(raise);
 }
 void raiseInCatalog(std::function<void()> raise) {
     inCatalog = std::move(raise);
+}
+void raiseInPush(std::function<void()> raise) {
+    inPush = std::move(raise);
+}
+int takeRegistrations() {
+    return std::exchange(registrations, 0);
 }
 std::vector<Run> takeRuns() {
     return std::exchange(runs, {});
@@ -60,15 +72,24 @@ int CFiExecPipeBase::Exec(std::string command, Lines& output, std::string a, uns
         "_ZN15CFiExecPipeBase4ExecENSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEERSt6vectorIS5_SaIS5_EES5_mS5_S5_"
         "S5_");
     runs.push_back({command, timeout, (a + b + c + d).empty()});
-    raiseOnce(inRunner);
+    if (command.rfind(raisingCommand, 0) == 0) {
+        raiseOnce(inRunner);
+    }
     return real(this, std::move(command), output, std::move(a), timeout, std::move(b), std::move(c), std::move(d));
 }
 
 void CFiMessageCatalogManager::registerFactory(const CFiSmartPtr<CFiMessageCatalogFactory>& factory) {
     static auto* real = next<RegisterFunction>(
         "_ZN24CFiMessageCatalogManager15registerFactoryERK11CFiSmartPtrI24CFiMessageCatalogFactoryE");
+    ++registrations;
     raiseOnce(inCatalog);
     real(this, factory);
+}
+
+void CFiErrorManager::pushError(const CFiSmartPtr<CFiMessage>& message) {
+    static auto* real = next<PushFunction>("_ZN15CFiErrorManager9pushErrorERK11CFiSmartPtrI10CFiMessageE");
+    raiseOnce(inPush);
+    real(this, message);
 }
 
 void CFiTraceLog::trace(int level, const char* format, ...) {

@@ -14,11 +14,14 @@ struct Run {
     bool othersAreEmpty = false;
 };
 
-// Called once, and expected to throw: by the next run of a command, by the next trace line that is no scope's, by the
-// next registration of a catalogue factory.
-void raiseInRunner(std::function<void()> raise);
+// Called once, and expected to throw: by the next run of a command that begins so, by the next trace line that is no
+// scope's, by the next registration of a catalogue factory, by the next message that is pushed.
+void raiseInRunner(std::function<void()> raise, std::string command = "");
 void raiseInTrace(std::function<void()> raise);
 void raiseInCatalog(std::function<void()> raise);
+void raiseInPush(std::function<void()> raise);
+// How many catalogue factories were registered since the last call.
+int takeRegistrations();
 // The runs since the last call.
 std::vector<Run> takeRuns();
 

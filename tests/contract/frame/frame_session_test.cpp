@@ -82,16 +82,22 @@ TEST_F(Frame, make_with_a_name_that_gives_no_id_answers_0_a_count_and_no_ids) {
 TEST_F(Frame, make_whose_session_form_fails_writes_nothing) {
     answer("make", ZFI_USE_SESSION);
     answer("makeSnapshots", 6);
+    ids_ = reinterpret_cast<znfi_objid**>(this);
     EXPECT_EQ(probe_fi_pgn_make(&splits_[0], session(), nullptr, 0, &ids_, &count_), 6);
+    EXPECT_EQ(static_cast<void*>(ids_), static_cast<void*>(this));
     EXPECT_EQ(count_, -77);
     EXPECT_EQ(domains_[0].state, 0U);
 }
 
-TEST_F(Frame, make_of_an_empty_list_has_count_0) {
+TEST_F(Frame, make_of_no_nodes_writes_the_count_and_leaves_the_ids) {
     answer("make", ZFI_USE_SESSION);
+    ids_ = reinterpret_cast<znfi_objid**>(this);
     EXPECT_EQ(probe_fi_pgn_make(nullptr, session(), list_, 0, &ids_, &count_), ZFI_OK);
     EXPECT_EQ(count_, 0);
-    EXPECT_EQ(ids_, nullptr);
+    count_ = -77;
+    EXPECT_EQ(probe_fi_pgn_make(nullptr, session(), nullptr, 0, &ids_, &count_), ZFI_OK);
+    EXPECT_EQ(count_, 0);
+    EXPECT_EQ(static_cast<void*>(ids_), static_cast<void*>(this));
 }
 
 TEST_F(Frame, make_per_node_is_passed_through) {
@@ -99,6 +105,8 @@ TEST_F(Frame, make_per_node_is_passed_through) {
     EXPECT_EQ(probe_fi_pgn_make(&splits_[0], session(), nullptr, 0, &ids_, &count_), 6);
     EXPECT_EQ(calls(), (Calls{"make(" + session_ + ", /a, 1, set, set)"}));
     EXPECT_EQ(domains_[0].state, 0U);
+    EXPECT_EQ(ids_, nullptr);
+    EXPECT_EQ(count_, -77);
 }
 
 }  // namespace

@@ -66,6 +66,25 @@ TEST(FrameTable, delayed_initialisation_runs_where_it_is_due_and_its_failure_ans
     EXPECT_EQ(delayedEntries, 58);
 }
 
+TEST_F(Frame, init_thaw_and_cache_enable_run_no_delayed_initialisation) {
+    zfi_version version{};
+    probe_fi_pgn_unquiesce(&freezes_[0], nullptr, 0);
+    probe_fi_pgn_cache_enable(&domains_[0]);
+    EXPECT_EQ(probe_fi_pgn_init(nullptr, &version, "fim"), ZFI_OK);
+    EXPECT_EQ(Probe::instance().delayedInits, 0);
+    EXPECT_EQ(calls(), (Calls{"unquiesce(/a, 1)", "cacheEnable(/a, 0)"}));
+    EXPECT_EQ(probe_fi_pgn_pre_prepare(&domains_[0]), ZFI_OK);
+    EXPECT_EQ(Probe::instance().delayedInits, 1);
+}
+
+TEST_F(Frame, init_without_version_record_leaves_what_init_set) {
+    zfi_version version{};
+    ASSERT_EQ(probe_fi_pgn_init(nullptr, &version, "first"), ZFI_OK);
+    EXPECT_EQ(probe_fi_pgn_init(nullptr, nullptr, "second"), ZFI_ERR_NO_VERSION_RECORD);
+    probe_fi_pgn_pre_prepare(&domains_[0]);
+    EXPECT_EQ(Probe::instance().fimName, "first");
+}
+
 TEST_F(Frame, delayed_initialisation_runs_once_and_its_failure_counts_once) {
     Probe::instance().delayedInitAnswer = 5;
     EXPECT_EQ(probe_fi_pgn_pre_prepare(&domains_[0]), ZFI_ERR_DELAYED_INIT);

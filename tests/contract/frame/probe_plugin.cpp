@@ -142,5 +142,6 @@ int ProbePlugin::objctl(const zfi_tstring& command, CFiObjctlArgs& arguments) {
 }
 
 int ProbePlugin::prePrepare(zfi_domain*) {
+    Probe::instance().fimName = fimName();
     return SAW(prePrepare, "");
 }

@@ -15,6 +15,7 @@ struct Probe {
     std::vector<std::string> calls;              // method(what matters of the arguments), in order
     std::map<std::string, size_t> sessionNodes;  // how many nodes the session of a session call held
     bool raises = false;                         // every method throws
+    std::string fimName;                         // at the last prePrepare
 
     static Probe& instance();
     static void reset() { instance() = Probe(); }

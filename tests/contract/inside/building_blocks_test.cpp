@@ -2,7 +2,12 @@
 // linked from, on the private host.
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "bed/bed.h"
+#include "bed/layout.h"
+#include "format_option.h"
+#include "mount_table.h"
 #include "tarn_plugin.h"
 
 namespace {
@@ -82,11 +87,51 @@ TEST_F(BuildingBlocks, remove_mount_point_of_a_path_with_a_blank_is_split_and_fa
 
 TEST_F(BuildingBlocks, an_empty_device_gives_a_dump_that_begins_with_the_mount_point) {
     plugin_.dumpMountInformation("/none", "");
-    const Trace trace = takeTrace();
-    ASSERT_GE(trace.lines().size(), 2U);
-    EXPECT_EQ(trace.lines()[1].text,
-              "dumpInformationMount = Dumping stat information for mount point /none\n"
-              "Stat information failed for the mount point /nonewith error code 2\n");
+    expectDone(
+        method(
+            "dumpMountInformation",
+            {progress("dumpInformationMount = Dumping stat information for mount point /none\n"
+                      "Stat information failed for the mount point /nonewith error code 2\n"),
+             progress("dumpInformationFuser: FUSER_CMD = /sbin/fuser /none"),
+             progress("dumpInformationFuser = \nDumping fuser data for mountpoint using command /sbin/fuser /none\n"),
+             progress("dumpInformationMountCmd: MOUNT_CMD = /bin/mount "),
+             progress("dumpInformationMountCmd = \nDumping information about mounted devices using command "
+                      "/bin/mount \n")}),
+        {{"/sbin/fuser", "/none"}, {"/bin/mount"}});
+}
+
+TEST_F(BuildingBlocks, the_fixed_option_of_mkfs_is_a_matter_of_the_whole_type) {
+    for (const char* type : {"xfs", "jfs", "reiserfs"}) {
+        zfi_tstring option = "from before";
+        EXPECT_EQ(get_mkfs_option(type, option), 0);
+        EXPECT_STREQ(option.c_str(), "-f") << type;
+    }
+    for (const char* type : {"ext2", "ext3", "XFS", "Jfs", "xfs2", "xf", ""}) {
+        zfi_tstring option = "from before";
+        EXPECT_EQ(get_mkfs_option(type, option), 0);
+        EXPECT_STREQ(option.c_str(), "from before") << type;
+    }
+}
+
+// The copies are not checked: what could not be copied comes back as null, with status 0.
+TEST_F(BuildingBlocks, a_table_entry_that_cannot_be_copied_is_null) {
+    if (!canRefuseMemory()) {
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    }
+    shapeHost({.mountTable = "/dev/sdb1 /data ext3 rw 0 0\n"});
+    MountText type;
+    MountText device;
+    MountText options;
+    MountText subObject;
+    setFaults({.noCopyOf = "/dev/sdb1"});
+    EXPECT_EQ(tarn_get_mntent_value("/data", type.out(), device.out(), options.out()), ZFI_OK);
+    EXPECT_EQ(tarn_getsubobj("/data", subObject.out()), ZFI_OK);
+    clearFaults();
+    EXPECT_FALSE(device);
+    EXPECT_FALSE(subObject);
+    EXPECT_STREQ(type.text(), "ext3");
+    EXPECT_STREQ(options.text(), "rw");
+    expectDone({}, {});
 }
 
 // ---- executeCommand -----------------------------------------------------------------------------------------
@@ -143,6 +188,21 @@ TEST_F(ExecuteCommand, a_killed_command_is_result_12_and_the_generic_line) {
     EXPECT_EQ(run("/bin/mount"), ZFI_EXEC_PIPE_CMD_KILLED);
     EXPECT_EQ(exitStatus_, -77);
     expectDone(executes("/bin/mount", warning("executeCommand - Exec Pipe failed with error code [12]")),
+               {{"/bin/mount"}});
+}
+
+TEST_F(ExecuteCommand, a_program_that_may_not_be_executed_is_result_4_and_the_generic_line) {
+    EXPECT_EQ(run(BED_MOUNT_TABLE), ZFI_EXEC_PIPE_CREATE_CHILD_PROCESS_FAILED);
+    EXPECT_EQ(exitStatus_, -77);
+    expectDone(executes(BED_MOUNT_TABLE, warning("executeCommand - Exec Pipe failed with error code [4]")), {});
+}
+
+TEST_F(ExecuteCommand, a_status_that_is_lost_is_result_13_and_the_generic_line) {
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(run("/bin/mount"), ZFI_EXEC_PIPE_CMD_ERROR_UNEXPECTED);
+    std::signal(SIGCHLD, before);
+    EXPECT_EQ(exitStatus_, -77);
+    expectDone(executes("/bin/mount", warning("executeCommand - Exec Pipe failed with error code [13]")),
                {{"/bin/mount"}});
 }
 
