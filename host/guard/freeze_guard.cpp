@@ -269,8 +269,10 @@ Status FreezeGuard::release() {
         }
     }
     drainEvents();
-    reap();
-    if (isLost) {
+    const std::optional<int> status = reap();
+    // A guard that was killed after the look above ends as quickly as one that obeys: only its status tells them apart.
+    const bool hasObeyed = !status || (WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
+    if (isLost || (hasEnded && !hasObeyed)) {
         return failure("release the guard", "the guard had ended before: the freeze was unguarded for a while");
     }
     return hasEnded ? Status(Done{}) : Status(failure("release the guard", "the guard had to be killed"));
@@ -329,16 +331,19 @@ bool FreezeGuard::awaitEnd(milliseconds limit) const {
     return !process_ || isReadable(process_.get(), limit);
 }
 
-void FreezeGuard::reap() {
-    // ECHILD where the process ignores SIGCHLD: then the kernel has reaped it.
-    while (waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-    }
+std::optional<int> FreezeGuard::reap() {
+    int status = 0;
+    pid_t reaped = 0;
+    do {
+        reaped = waitpid(pid_, &status, 0);
+    } while (reaped < 0 && errno == EINTR);
     pid_ = 0;
     phase_ = Phase::kReleased;
     orders_.close();
     ownReadEnd_.close();
     events_.close();
     process_.close();
+    return reaped < 0 ? std::nullopt : std::optional(status);
 }
 
 Failure FreezeGuard::failure(std::string operation, std::string cause) const {

@@ -84,7 +84,8 @@ class FreezeGuard {
     void noteThaw(ThawOutcome outcome, FreezeWindow::Clock::time_point thawedAt = FreezeWindow::Clock::now());
 
     // Ends the guard without a thaw and reaps it. Only when nothing of ours is frozen or can still become frozen. Fails
-    // when it had died before (the freeze was unguarded for a while) or does not end. A second call answers done.
+    // when it had died before it obeyed (the freeze was unguarded for a while) or does not end. A second call answers
+    // done.
     Status release();
 
     // False as soon as the guard process has ended, for whatever reason.
@@ -112,7 +113,8 @@ class FreezeGuard {
     void drainEvents();
     void keep(const EventRecord& record);
     bool awaitEnd(std::chrono::milliseconds limit) const;
-    void reap();
+    // The wait status; none where the process ignores SIGCHLD, for then the kernel has reaped the guard.
+    std::optional<int> reap();
     Failure failure(std::string operation, std::string cause) const;
 
     GuardLimits limits_;

@@ -202,6 +202,28 @@ TEST_F(FreezeGuardTest, TheGuardsDeathIsKnownAtOnce) {
     EXPECT_FALSE(guard.isAlive());
 }
 
+// Stopped it is alive and reads no order; killed then, it ends as quickly as one that obeys.
+TEST_F(FreezeGuardTest, AGuardKilledJustBeforeItsReleaseIsNoticed) {
+    FreezeGuard guard = arm();
+    ASSERT_TRUE(guard.announceFreezing());
+    ASSERT_EQ(freeze(), FreezeOutcome::kDone);
+    ASSERT_TRUE(guard.tellFrozen());
+    guard.noteThaw(thaw());
+    const pid_t pid = guard.pid();
+    ASSERT_EQ(kill(pid, SIGSTOP), 0);
+    ASSERT_TRUE(guard.isAlive());
+    HostChild killer([pid](const HostChild::Say&) {
+        std::this_thread::sleep_for(200ms);
+        return kill(pid, SIGKILL);
+    });
+    const Status released = guard.release();
+    ASSERT_FALSE(released);
+    EXPECT_NE(released.failure().cause.find("the freeze was unguarded for a while"), std::string::npos)
+        << released.failure().cause;
+    EXPECT_EQ(killer.await(), 0);
+    EXPECT_EQ(guard.pid(), 0);
+}
+
 TEST_F(FreezeGuardTest, WithoutAGuardNothingIsAnnounced) {
     FreezeGuard guard = arm();
     ASSERT_EQ(kill(guard.pid(), SIGKILL), 0);
