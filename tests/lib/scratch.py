@@ -1,7 +1,6 @@
 """File systems of a test's own: images in one folder, attached to loop devices and mounted. Everything in it bears the
 folder's name, so that teardown and the sweep after it know what is ours, also after a run that was killed."""
 import contextlib
-import errno
 import os
 import shutil
 import subprocess
@@ -106,17 +105,23 @@ class Scratch:
 
 
 def clear(folder):
-    for mount in reversed(kernel.mounts(below=folder + "/")):
-        with contextlib.suppress(OSError):  # hidden by another mount, or gone with one
-            kernel.thaw(mount.point)
-        _patiently(lambda point=mount.point: kernel.umount(point), errno.EBUSY)
-    deadline = time.monotonic() + 10
-    while (devices := kernel.loop_devices(containing=folder + "/")) and time.monotonic() < deadline:
-        for device in devices:  # one over a file on another goes first; the other one's last user with it
+    """In rounds, because one lies on the other: a mount stays busy as long as a device over a file in it is attached, and
+    that device as long as it is mounted; the last writer of a file system may still be on its way out."""
+    deadline = time.monotonic() + 15
+    while True:
+        for mount in reversed(kernel.mounts(below=folder + "/")):
+            with contextlib.suppress(OSError):  # hidden by another mount, or gone with one
+                kernel.thaw(mount.point)
+            with contextlib.suppress(OSError):
+                kernel.umount(mount.point)
+        for device in kernel.loop_devices(containing=folder + "/"):
             subprocess.run(["losetup", "--detach", device], check=False, stderr=subprocess.DEVNULL)
+        if not kernel.mounts(below=folder + "/") and not kernel.loop_devices(containing=folder + "/"):
+            shutil.rmtree(folder, ignore_errors=True)
+            return
+        if time.monotonic() > deadline:
+            return  # it stays, for the next run to find
         time.sleep(0.02)
-    if not devices:  # else it stays, for the next run to find
-        shutil.rmtree(folder, ignore_errors=True)
 
 
 def leftovers(mentioning, *, patience=3.0):
@@ -133,18 +138,6 @@ def leftovers(mentioning, *, patience=3.0):
         )
         if not found or time.monotonic() > deadline:
             return found
-        time.sleep(0.02)
-
-
-def _patiently(act, passing, seconds=5.0):
-    """Tries again for a while: the last writer of a file system may still be on its way out."""
-    deadline = time.monotonic() + seconds
-    while True:
-        try:
-            return act()
-        except OSError as error:
-            if error.errno != passing or time.monotonic() > deadline:
-                return None
         time.sleep(0.02)
 
 

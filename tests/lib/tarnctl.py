@@ -56,4 +56,12 @@ def finish(process, seconds=60):
             process.kill()
             out, err = process.communicate()
         raise AssertionError(f"tarnctl hung: {out!r} {err!r}") from None
+    except BaseException:  # an interruption of ours: it is in a session of its own and has heard nothing
+        process.send_signal(signal.SIGINT)
+        try:
+            process.communicate(timeout=20)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.communicate()
+        raise
     return Answer(process.returncode, out.decode(errors="surrogateescape"), err.decode(errors="surrogateescape"))
