@@ -1,6 +1,7 @@
 #include "alternate_name.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "znfi.h"
 
@@ -34,6 +35,9 @@ TEST(RequestedAlternateName, IsMissing) {
 }
 
 TEST(FreeName, IsTheBaseWhenNothingIsMountedThere) {
+    if (access("/etc/mtab", R_OK) != 0) {
+        GTEST_SKIP() << "needs /etc/mtab";
+    }
     std::string name;
     EXPECT_EQ(findFreeName("/nothing/is/mounted/here", 2, name), 0);
     EXPECT_EQ(name, "/nothing/is/mounted/here");

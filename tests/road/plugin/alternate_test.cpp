@@ -56,7 +56,7 @@ TEST_P(AlternateByType, the_snapshot_is_the_origin_read_only) {
     EXPECT_TRUE(isWritable(point));
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, AlternateByType, testing::Values("xfs", "ext2", "ext3"), typeName);
+INSTANTIATE_TEST_SUITE_P(Types, AlternateByType, testing::Values("ext2", "ext3", "jfs", "reiserfs", "xfs"), typeName);
 
 TEST_F(Alternate, names_count_up_and_a_free_one_is_used_again) {
     ROAD_NEEDS_TYPE("xfs");

@@ -63,7 +63,7 @@ TEST_P(ImportByType, the_snapshot_is_there_read_only_and_goes_without_a_trace) {
     EXPECT_TRUE(pauses().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, ImportByType, testing::Values("xfs", "ext2", "ext3"), typeName);
+INSTANTIATE_TEST_SUITE_P(Types, ImportByType, testing::Values("ext2", "ext3", "jfs", "reiserfs", "xfs"), typeName);
 
 TEST_F(Import, a_second_snapshot_gets_the_next_name_and_a_requested_one_its_own) {
     ROAD_NEEDS_TYPE("ext3");

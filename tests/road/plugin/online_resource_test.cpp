@@ -66,7 +66,8 @@ TEST_P(OnlineResourceByType, a_device_is_mounted_with_the_options_and_found_ther
     EXPECT_EQ(data.points(), std::vector<std::string>{place});
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, OnlineResourceByType, testing::Values("xfs", "ext2", "ext3"), typeName);
+INSTANTIATE_TEST_SUITE_P(Types, OnlineResourceByType, testing::Values("ext2", "ext3", "jfs", "reiserfs", "xfs"),
+                         typeName);
 
 TEST_F(OnlineResource, without_a_mount_point_its_name_is_the_devices) {
     ROAD_NEEDS_TYPE("ext3");

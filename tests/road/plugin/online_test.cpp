@@ -55,7 +55,7 @@ TEST_P(OnlineByType, its_mount_point_is_removed_with_it_and_made_again) {
     EXPECT_TRUE(isFilled(point));
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, OnlineByType, testing::Values("xfs", "ext2", "ext3"), typeName);
+INSTANTIATE_TEST_SUITE_P(Types, OnlineByType, testing::Values("ext2", "ext3", "jfs", "reiserfs", "xfs"), typeName);
 
 TEST_F(Online, a_device_that_is_mounted_elsewhere_is_not_mounted_twice) {
     ROAD_NEEDS_TYPE("ext3");

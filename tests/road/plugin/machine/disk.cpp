@@ -96,7 +96,9 @@ void Disk::attach() {
 }
 
 void Disk::make(const std::string& type, const std::string& extra) const {
-    mustRun("mkfs." + type + (type == "xfs" ? " -q -f " : " -q -F ") + extra + " " + device_);
+    // Without questions; mkfs.jfs takes its -q for that.
+    const std::string force = type == "jfs" ? "" : type == "xfs" || type == "reiserfs" ? "-f " : "-F ";
+    mustRun("mkfs." + type + " -q " + force + extra + " " + device_);
 }
 
 void Disk::mountAt(const std::string& point, const std::string& options) const {
