@@ -9,7 +9,7 @@ target_compile_options(tarn_test_headers PRIVATE -O1)
 target_precompile_headers(tarn_test_headers PRIVATE <gtest/gtest.h> <map> <memory> <string> <vector>)
 
 # What a ring's tests run is built by the target <ring>_ring, so that a build for some rings need not build everything.
-foreach(ring unit contract road fault fuzz)
+foreach(ring unit contract road vm fault fuzz)
   add_custom_target(${ring}_ring)
 endforeach()
 

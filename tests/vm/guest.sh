@@ -4,4 +4,4 @@ source "$(dirname "$0")/guest.bash"
 
 modprobe loop
 ctest --test-dir "$TARNFI_GUEST_BUILD" --output-junit "$results/rings.xml" --output-on-failure --timeout 300 \
-    -R "${words[0]:-^(vm|road/(jfs|reiserfs)_test)/|^road_plugin/.*/(jfs|reiserfs)}"
+    -R "${words[0]:-^(scsitool_vm_test|road/(jfs|reiserfs)_test)/|^road_plugin/.*/(jfs|reiserfs)}"
