@@ -26,6 +26,7 @@
 #include "cfiplugincontext.h"
 #include "cfiprivatedatafactory.h"
 #include "cfisession.h"
+#include "cfistringtool.h"
 #include "cfitracelog.h"
 #include "zfi_entry_points.h"
 #include "znfi.h"
@@ -296,7 +297,7 @@ struct ObjectControl : InFrame {
         }
         CFiObjctlArgs arguments;
         arguments.importArgs(argumentText);
-        *status = (plugin.*Method)(zfi_tstring(command), arguments);
+        *status = (plugin.*Method)(CFiStringTool::str2tstr(command), arguments);
         *outText = strdup(arguments.exportArgs().c_str());
         return ZFI_OK;
     }

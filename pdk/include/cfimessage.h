@@ -3,10 +3,22 @@
 
 #include <unicode/fmtable.h>
 
+#include <new>
 #include <string>
 #include <vector>
 
 #include "cfismartptr.h"
+
+// The text (UTF-8) as an argument of a message. Throws std::bad_alloc where there is no memory for it: the library
+// shows that only by an argument that must be neither read nor copied.
+inline icu::Formattable znfiTextArgument(const std::string& text) {
+    icu::Formattable argument(icu::UnicodeString::fromUTF8(text));
+    UErrorCode status = U_ZERO_ERROR;
+    if (argument.getString(status).isBogus() || U_FAILURE(status)) {
+        throw std::bad_alloc();
+    }
+    return argument;
+}
 
 class ZNFI_API CFiMessage : public CFiRefCount {
   public:
@@ -30,7 +42,8 @@ class ZNFI_API CFiMessage : public CFiRefCount {
 // A message with arguments; keeps copies of them.
 class ZNFI_API CFiIcuMessage : public CFiMessage {
   public:
-    // arguments: the first of count; may be null when count is 0.
+    // arguments: the first of count; may be null when count is 0. Throws std::bad_alloc where one of them, or its copy,
+    // is a text without memory.
     CFiIcuMessage(std::string id, const icu::Formattable* arguments, int count, int severity, std::string file,
                   int line);
     ~CFiIcuMessage() override;

@@ -8,7 +8,7 @@
 namespace {
 
 icu::Formattable text(const std::string& value) {
-    return icu::Formattable(icu::UnicodeString::fromUTF8(value));
+    return znfiTextArgument(value);
 }
 
 icu::Formattable number(int value) {

@@ -81,6 +81,9 @@ std::optional<std::string> bundleText(Table table, const std::string& bundle, co
     }
     const std::vector<icu::Formattable> values(arguments.begin(), arguments.end());
     UErrorCode status = U_ZERO_ERROR;
+    for (const icu::Formattable& value : values) {
+        value.getString(status);  // fails where the copy has no memory
+    }
     UParseError where;
     const icu::MessageFormat format(*text, icu::Locale::getRoot(), where, status);
     icu::UnicodeString result;

@@ -46,8 +46,13 @@ void releaseChain(zfi_msg_info* list) {
 
 std::unique_ptr<CFiMessage> messageOf(const zfi_msg_info& info) {
     std::vector<icu::Formattable> arguments;
+    size_t count = 0;
+    while (info.arguments != nullptr && info.arguments[count] != nullptr) {
+        ++count;
+    }
+    arguments.reserve(count);
     for (char** argument = info.arguments; argument != nullptr && *argument != nullptr; ++argument) {
-        arguments.emplace_back(icu::UnicodeString::fromUTF8(*argument));
+        arguments.push_back(znfiTextArgument(*argument));
     }
     return std::make_unique<CFiIcuMessage>(info.id == nullptr ? "" : info.id, arguments.data(),
                                            static_cast<int>(arguments.size()), info.severity,

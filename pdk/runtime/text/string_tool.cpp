@@ -5,11 +5,16 @@
 #include "cfistringtool.h"
 
 zfi_tstring CFiStringTool::str2tstr(const char* text) {
-    return text == nullptr ? zfi_tstring() : zfi_tstring(text);
+    return str2tstr(std::string(text == nullptr ? "" : text));
 }
 
+// The string type shows by a null text only that it had no memory, and to the next reader it is an empty one.
 zfi_tstring CFiStringTool::str2tstr(const std::string& text) {
-    return zfi_tstring(text.data(), text.size());
+    zfi_tstring made(text.data(), text.size());
+    if (made.c_str() == nullptr) {
+        throw std::bad_alloc();
+    }
+    return made;
 }
 
 std::string CFiStringTool::tstr2str(const zfi_tstring& text) {

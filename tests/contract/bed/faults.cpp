@@ -33,6 +33,20 @@
 namespace {
 
 bed::Faults active;
+thread_local int allocationsLeft = 0;  // until one is refused; 0: none is
+thread_local bool isRefused = false;
+
+// What the bed does inside a call of the libraries gets all the memory that it needs.
+class Uncounted {
+  public:
+    Uncounted() : left_(std::exchange(allocationsLeft, 0)) {}
+    Uncounted(const Uncounted&) = delete;
+    Uncounted& operator=(const Uncounted&) = delete;
+    ~Uncounted() { allocationsLeft = left_; }
+
+  private:
+    int left_;
+};
 int buffers = 0;
 std::vector<std::string> removed;
 
@@ -59,6 +73,15 @@ void setFaults(const Faults& faults) {
 
 std::vector<std::string> directoriesRemoved() {
     return std::exchange(removed, {});
+}
+
+void refuseMemoryAt(int nth) {
+    isRefused = isRefused && nth == 0;
+    allocationsLeft = nth;
+}
+
+bool wasMemoryRefused() {
+    return isRefused;
 }
 
 bool canRefuseMemory() {
@@ -89,7 +112,10 @@ BED_REPLACES zfi_provider_list* znfi_build_providerlist_node(const char* name, u
 
 BED_REPLACES FILE* fopen(const char* path, const char* mode) {
     static auto* real = next<decltype(fopen)>("fopen");
-    bed::beforeOpening(path);
+    {
+        const Uncounted uncounted;
+        bed::beforeOpening(path);
+    }
     return real(path, mode);
 }
 
@@ -99,7 +125,10 @@ BED_REPLACES FILE* fopen64(const char* path, const char* mode) {
 
 BED_REPLACES FILE* setmntent(const char* path, const char* mode) noexcept {
     static auto* real = next<decltype(setmntent)>("setmntent");
-    bed::beforeOpening(path);
+    {
+        const Uncounted uncounted;
+        bed::beforeOpening(path);
+    }
     return real(path, mode);
 }
 
@@ -149,6 +178,11 @@ BED_REPLACES char* strdup(const char* text) noexcept {
 extern "C" void* __libc_malloc(size_t size);
 
 BED_REPLACES void* malloc(size_t size) noexcept {
+    if (allocationsLeft > 0 && --allocationsLeft == 0) {
+        isRefused = true;
+        errno = ENOMEM;
+        return nullptr;
+    }
     return size == sizeof(char*) && active.noPathArray ? nullptr : __libc_malloc(size);
 }
 #endif

@@ -28,6 +28,11 @@ inline void clearFaults() {
 // Can noPathArray and noCopyOf be had? Not where a sanitizer owns malloc.
 bool canRefuseMemory();
 
+// Counts the allocations of this thread from now on and refuses the nth (from 1); what the bed itself needs on the way
+// does not count. 0 ends it. wasMemoryRefused: has that allocation been asked for?
+void refuseMemoryAt(int nth);
+bool wasMemoryRefused();
+
 // The directories that rmdir was called with since then.
 std::vector<std::string> directoriesRemoved();
 
