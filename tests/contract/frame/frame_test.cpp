@@ -77,6 +77,16 @@ TEST_F(Frame, init_thaw_and_cache_enable_run_no_delayed_initialisation) {
     EXPECT_EQ(Probe::instance().delayedInits, 1);
 }
 
+TEST_F(Frame, fini_marks_the_shutdown_and_a_later_call_makes_a_new_object) {
+    CFiPluginBase::isShuttingDown(false);
+    probe_fi_pgn_pre_prepare(&domains_[0]);
+    probe_fi_pgn_fini();
+    EXPECT_TRUE(CFiPluginBase::isShuttingDown());
+    CFiPluginBase::isShuttingDown(false);
+    EXPECT_EQ(probe_fi_pgn_pre_prepare(&domains_[0]), ZFI_OK);
+    EXPECT_EQ(Probe::instance().delayedInits, 2) << "the new object has not run it yet";
+}
+
 TEST_F(Frame, init_without_version_record_leaves_what_init_set) {
     zfi_version version{};
     ASSERT_EQ(probe_fi_pgn_init(nullptr, &version, "first"), ZFI_OK);

@@ -238,6 +238,30 @@ TEST_F(BuildingBlocks, a_setter_with_a_null_text_keeps_the_value_and_opens_its_s
     factory.deallocate(&node);
 }
 
+// Counts the look-ups.
+class CountingFactory : public CFiPrivateDataConcreteFactory<CTARNPrivData> {
+  public:
+    CFiSmartPtr<CFiPrivateData> access(zfi_domain* domain) override {
+        ++lookUps;
+        return CFiPrivateDataConcreteFactory::access(domain);
+    }
+    int lookUps = 0;
+};
+
+TEST_F(BuildingBlocks, build_alttree_looks_its_node_up_before_it_checks_its_arguments) {
+    const auto factory = makeCounted<CountingFactory>();
+    const auto manager = makeCounted<CFiPrivateDataManager>();
+    manager->registerFactory(factory);
+    plugin_.registerPrivateDataManager(manager);
+    zfi_domain node{};
+    node.objid = Bed::objid("/data");
+    znfi_objid* snapshots[] = {Bed::objid("/dev/sdc1")};
+    znfi_objid* altObject = nullptr;
+    EXPECT_EQ(plugin_.buildAltTree(&node, nullptr, nullptr, snapshots, 1, &altObject), ZFI_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(factory->lookUps, 1);
+    expectDone(method("buildAltTree", progress("Exiting buildAltTree, invalid session/fid\n")), {});
+}
+
 TEST_F(BuildingBlocks, null_data_in_a_blob_changes_nothing_and_says_nothing) {
     CTARNPrivData data(Bed::objid("/data"), false);
     data.devName = "/dev/sdb1";
