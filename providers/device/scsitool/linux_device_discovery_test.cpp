@@ -112,14 +112,14 @@ TEST_F(LinuxDiscovery, IscsiDisksAreListedByNumberAndOtherUnitsAreNot) {
 }
 
 TEST_F(LinuxDiscovery, AVirtioGuestHasNothingToRescan) {
-    const ModelledHost host("virtio");
+    const ModelledHost host("recorded/virtio");
     CLinuxDeviceDiscovery discovery(host.sysfs(), host.devices());
     EXPECT_EQ(names(rescan(discovery)), Names{});
     EXPECT_EQ(trace_.lines(), wholeRescan({}));
 }
 
 TEST_F(LinuxDiscovery, TheTestDriversDiskIsNamedByItsPage) {
-    const ModelledHost host("scsi_debug");
+    const ModelledHost host("recorded/scsi_debug");
     ScriptedDisk& disk = scriptDisk(host.node("sda"));
     disk.product = "Linux   scsi_debug      0191";
     disk.designators = {1, 3, 0, 8, 0x33, 0x33, 0x33, 0x30, 0, 0, 0x07, 0xd0};
