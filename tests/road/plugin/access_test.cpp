@@ -53,6 +53,7 @@ TEST_P(AccessByType, an_idle_file_system_goes_and_comes_back_with_its_options) {
     data.mountAt(point, "rw,noatime,nosuid,noexec");
     fill(point);
     const Mount before = *mountAt(point);
+    ASSERT_TRUE(before.options.contains("noatime") && before.options.contains("noexec"));
     Node& node = initialised(point);
     list(node, data);
 

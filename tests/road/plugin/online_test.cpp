@@ -26,6 +26,7 @@ TEST_P(OnlineByType, a_node_goes_and_comes_back_with_its_options) {
     data.mountAt(point, "rw,noatime,nosuid");
     fill(point);
     const std::set<std::string> before = mountAt(point)->options;
+    ASSERT_TRUE(before.contains("noatime") && before.contains("nosuid"));
     Node& node = initialised(point);
     EXPECT_EQ(mountNode(node), ZFI_OK) << "it is mounted already";
     EXPECT_EQ(data.points().size(), 1U);

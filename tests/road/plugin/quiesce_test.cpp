@@ -1,6 +1,7 @@
 // Frozen is frozen: the kernel refuses a second freeze, and a write waits until the thaw.
 #include "machine/blocked_writer.h"
 #include "machine/kernel_freeze.h"
+#include "machine/thaw_guard.h"
 #include "plugin_road.h"
 
 namespace road {
@@ -15,6 +16,7 @@ TEST_F(Quiesce, an_xfs_is_frozen_and_a_write_waits_for_the_thaw) {
     fill(point);
     Node& node = initialised(point);
     ASSERT_NE(node->quiesce, nullptr);
+    const ThawGuard guard({point});
     BlockedWriter writer(point + "/written");
 
     ASSERT_EQ(call().quiesce(node->quiesce, nullptr, 0, nullptr), ZFI_OK);
@@ -34,6 +36,7 @@ TEST_F(Quiesce, a_frozen_file_system_stays_frozen_after_a_second_quiesce_that_fa
     const std::string point = at("data");
     disk("xfs").mountAt(point);
     Node& node = initialised(point);
+    const ThawGuard guard({point});
     ASSERT_EQ(freeze(point), 0);
     EXPECT_EQ(call().quiesce(node->quiesce, nullptr, 0, nullptr), ZFI_ERR_FAILED);
     EXPECT_EQ(freeze(point), EBUSY);
@@ -46,6 +49,7 @@ TEST_F(Quiesce, of_two_nodes_only_the_first_is_frozen_and_thawed) {
     const std::string second = at("second");
     disk("xfs", "first").mountAt(first);
     disk("xfs", "second").mountAt(second);
+    const ThawGuard guard({first, second});
     zfi_quiescenode* list[] = {initialised(first)->quiesce, initialised(second)->quiesce};
 
     ASSERT_EQ(call().quiesce(nullptr, list, 2, nullptr), ZFI_OK);
@@ -65,6 +69,7 @@ TEST_F(Quiesce, an_ext3_is_left_alone) {
     Node& node = initialised(point);
     EXPECT_EQ(node->quiesce, nullptr);
     zfi_quiescenode record{nullptr, node, nullptr};
+    const ThawGuard guard({point});
     EXPECT_EQ(call().quiesce(&record, nullptr, 0, nullptr), ZFI_OK);
     EXPECT_EQ(thaw(point), EINVAL);
     EXPECT_TRUE(isWritable(point));
