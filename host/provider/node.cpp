@@ -1,5 +1,7 @@
 #include "host/provider/node.h"
 
+#include <cstdlib>
+
 #include "znfi.h"
 
 namespace tarnctl {
@@ -58,6 +60,22 @@ Result<std::vector<std::string>> Node::subObjects() {
     }
     znfi_free_buf(objects, static_cast<size_t>(count) * sizeof(znfi_objid*));
     return names;
+}
+
+Result<bool> Node::cutsAtomically() {
+    std::string command = "cuts_atomically";
+    std::string arguments =
+        "<OBJCTL_ARG_LIST> <OBJCTL_INPUT arg=device value=" + name_ + " type=string /> </OBJCTL_ARG_LIST>";
+    char* text = nullptr;
+    long status = ZFI_ERR_FAILED;
+    CallOutcome outcome = provider_.call(
+        [&](const EntryPoints& entry) { return entry.objctl(command.data(), arguments.data(), &text, &status); });
+    std::free(text);
+    if (outcome.isOk() && (status == ZFI_OK || status == ZFI_ERR_NOT_SUPPORTED)) {
+        return status == ZFI_OK;
+    }
+    outcome.status = outcome.isOk() ? static_cast<int>(status) : outcome.status;
+    return failureOf(provider_, outcome, "ask how it cuts", name_);
 }
 
 void Node::requestAlternate(const std::string& name) {

@@ -20,7 +20,7 @@ class Node {
     Node& operator=(const Node&) = delete;
     ~Node();
 
-    Provider& provider() { return provider_; }
+    Provider& provider() const { return provider_; }
     const std::string& name() const { return name_; }
     zfi_domain* record() { return &record_; }
     zfi_splitnode* split() { return &split_; }
@@ -31,6 +31,9 @@ class Node {
     Status initAsAlternateOf(Node& origin);
     // The names of the node's sub-objects.
     Result<std::vector<std::string>> subObjects();
+    // Does its volume provider say that it cuts this volume at one instant, also while it is written to? False where it
+    // knows no such question.
+    Result<bool> cutsAtomically();
     // Asks for this name in build_alttree.
     void requestAlternate(const std::string& name);
     // The session that splits this node, and the milliseconds it may take in the window.

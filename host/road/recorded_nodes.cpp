@@ -13,6 +13,21 @@ Result<Provider*> providerNamed(const Providers& providers, const std::string& n
     return Failure{ExitCode::kNotFound, "look the provider up", name, "it is not loaded; name it with --provider"};
 }
 
+Result<std::string> recordedState(const Catalog& catalog, const std::string& snapshotId, NodeRole role) {
+    auto nodes = catalog.nodes(snapshotId);
+    if (!nodes) {
+        return nodes.failure();
+    }
+    const auto found = std::find_if(nodes->rbegin(), nodes->rend(), [role](const NodeRecord& node) {
+        return node.node.role == role && node.blob.has_value();
+    });
+    if (found == nodes->rend()) {
+        return Failure{ExitCode::kNotFound, "find the recorded state", snapshotId,
+                       "its record has no state of a node for " + std::string(nameOf(role))};
+    }
+    return found->blob->bytes.substr(0, found->blob->bytes.find('\0'));
+}
+
 Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Catalog& catalog,
                                            const std::string& snapshotId, NodeRole role) {
     if (auto known = catalog.snapshot(snapshotId); !known) {

@@ -14,6 +14,10 @@ namespace tarnctl {
 // The loaded provider of this name, borrowed from `providers`; kNotFound when there is none.
 Result<Provider*> providerNamed(const Providers& providers, const std::string& name);
 
+// The state that the provider of the newest node in this role gave, without its terminator; kNotFound when there is
+// none.
+Result<std::string> recordedState(const Catalog& catalog, const std::string& snapshotId, NodeRole role);
+
 // The newest node that the snapshot has in this role, with its provider's state from the catalog. It is not initialised
 // by looking at the machine: what it knows is what was recorded. A node that was recorded without a state comes back
 // without private data (record()->privateData is null). kNotFound: no such snapshot, node or provider; else what the

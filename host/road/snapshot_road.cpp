@@ -13,6 +13,7 @@
 #include "host/road/restrict_mount.h"
 #include "host/road/step_undo.h"
 #include "host/road/undo_road.h"
+#include "host/road/write_through.h"
 #include "znfi.h"
 
 namespace tarnctl {
@@ -39,8 +40,9 @@ std::vector<OwnPath> pathsNeededWhileFrozen(const Catalog& catalog) {
 
 }  // namespace
 
-Result<Snapshot> SnapshotRoad::make(const std::string& path) {
+Result<Snapshot> SnapshotRoad::make(const std::string& path, Caching caching) {
     const AwayFromHere away;
+    snapshot_.isThrough = caching == Caching::kOffMeanwhile;
     if (Status walked = walk(path); !walked) {
         Failure cause = std::move(walked.failure());
         rollBack(cause);
@@ -54,9 +56,10 @@ Status SnapshotRoad::walk(const std::string& path) {
     if (Status seen = lookAt(path); !seen) {
         return seen;
     }
-    for (Step next : {&SnapshotRoad::claimNodes, &SnapshotRoad::refuseUnsafe, &SnapshotRoad::record,
-                      &SnapshotRoad::prepare, &SnapshotRoad::passWindow, &SnapshotRoad::handOver,
-                      &SnapshotRoad::mountAlternate, &SnapshotRoad::initAlternate}) {
+    for (Step next :
+         {&SnapshotRoad::claimNodes, &SnapshotRoad::refuseUnsafe, &SnapshotRoad::record, &SnapshotRoad::prepare,
+          &SnapshotRoad::switchCachingOff, &SnapshotRoad::passWindow, &SnapshotRoad::switchCachingOn,
+          &SnapshotRoad::handOver, &SnapshotRoad::mountAlternate, &SnapshotRoad::initAlternate}) {
         if (Status status = refuseWhenInterrupted("snapshot", origin_->point); !status) {
             return status;
         }
@@ -132,10 +135,34 @@ Status SnapshotRoad::claimNodes() {
                        "no volume provider claims the device below " + origin_->point};
     }
     volume_ = std::make_unique<Node>(**volumeOwner, device);
-    return volume_->init();
+    if (Status initialised = volume_->init(); !initialised) {
+        return initialised;
+    }
+    return cannotBeFrozen(origin_->type) ? refuseMovingImage() : Status(Done{});
+}
+
+// Without a freeze the image moves while it is cut: only who cuts it at one instant may.
+Status SnapshotRoad::refuseMovingImage() {
+    auto cutsAtomically = volume_->cutsAtomically();
+    if (!cutsAtomically) {
+        return cutsAtomically.failure();
+    }
+    if (!*cutsAtomically) {
+        return Failure{
+            ExitCode::kUnsupported, "snapshot", origin_->point,
+            fmt::format("the kernel cannot freeze {}, and {} does not say that it cuts {} atomically: a copy "
+                        "of a moving image would be worthless",
+                        origin_->type, volume_->provider().name(), volume_->name())};
+    }
+    snapshot_.isCrash = true;
+    snapshot_.isThrough = true;
+    return Done{};
 }
 
 Status SnapshotRoad::refuseUnsafe() {
+    if (snapshot_.isCrash) {
+        return Done{};  // nothing is going to be frozen
+    }
     auto table = MountTable::read();
     if (!table) {
         return table.failure();
@@ -210,7 +237,45 @@ Status SnapshotRoad::prepare() {
     return catalog_.finish({*intended, StepOutcome::kDone, {}});
 }
 
+Status SnapshotRoad::switchCachingOff() {
+    if (!snapshot_.isThrough) {
+        return Done{};
+    }
+    sync_ = syncUndoOf(*fileSystem_, *origin_);
+    auto intended = catalog_.intend(snapshot_.id, intentOf(step::kSync, sync_));
+    if (!intended) {
+        return intended.failure();
+    }
+    syncStep_ = *intended;
+    if (Status switched = writeThrough(*fileSystem_, sync_); !switched) {
+        return switched;
+    }
+    return catalog_.finish({*intended, StepOutcome::kDone, {}});
+}
+
+// The snapshot is made: what fails here is told beside it, and tried again by delete.
+Status SnapshotRoad::switchCachingOn() {
+    if (!syncStep_) {
+        return Done{};
+    }
+    auto enabled = writeBackAgain(*fileSystem_, sync_);
+    std::vector<std::string> warnings = enabled ? *enabled : enabled.failure().traceLines;
+    if (!enabled) {
+        warnings.push_back(enabled.failure().cause);
+        if (Status noted = catalog_.noteUndoFailure(*syncStep_, enabled.failure().cause); !noted) {
+            return noted;
+        }
+    } else if (Status undone = catalog_.undone(*syncStep_); !undone) {
+        return undone;
+    }
+    snapshot_.warnings.insert(snapshot_.warnings.end(), warnings.begin(), warnings.end());
+    return Done{};
+}
+
 Status SnapshotRoad::passWindow() {
+    if (snapshot_.isCrash) {
+        return cutWithoutFreeze();
+    }
     GuardLimits limits;
     limits.by = fileSystem_->record()->quiesce != nullptr ? FreezeBy::kCommand : FreezeBy::kHost;
     limits.frozen = std::chrono::milliseconds(settings_.freezeBudgetMs);
@@ -241,6 +306,42 @@ Status SnapshotRoad::passWindow() {
     snapshot_.frozenAt = guard->window().frozenAt().value_or(std::chrono::steady_clock::time_point{});
     snapshot_.thawedAt = guard->window().thawedAt().value_or(std::chrono::steady_clock::time_point{});
     return keepState(volumeRow_, *volume_);
+}
+
+// Nothing stands still: the volume layer cuts at one instant. The step is written as a window because nothing can be
+// written down between its begin and its end.
+Status SnapshotRoad::cutWithoutFreeze() {
+    auto steps = catalog_.windowIntent(
+        snapshot_.id, {intentOf(step::kMake, VolumeUndo{volume_->provider().name(), volume_->name()})});
+    if (!steps) {
+        return steps.failure();
+    }
+    windowSteps_ = *steps;
+    syncFs(directory_->fd());
+    znfi_objid** ids = nullptr;
+    int count = 0;
+    const auto start = std::chrono::steady_clock::now();
+    CallOutcome outcome = volume_->provider().call([&](const EntryPoints& entry) {
+        return entry.make(volume_->split(), snapshot_.id.data(), nullptr, 0, &ids, &count);
+    });
+    snapshot_.made = std::chrono::steady_clock::now() - start;
+    if (outcome.isOk() && ids != nullptr && count == 1 && ids[0] != nullptr) {
+        snapshot_.snapshotDevice = ids[0]->name;
+    }
+    znfi_free_buf(ids, static_cast<size_t>(count > 0 ? count : 0) * sizeof(znfi_objid*));
+    const bool isMade = !snapshot_.snapshotDevice.empty();
+    Status written = catalog_.windowOutcome(
+        snapshot_.id, {{{windowSteps_[0], isMade ? StepOutcome::kDone : StepOutcome::kUnknown, {}}},
+                       isMade ? Consistency::kCrash : Consistency::kUndecided,
+                       std::nullopt});
+    if (!outcome.isOk()) {
+        return failureOf(volume_->provider(), outcome, "make the snapshot", volume_->name());
+    }
+    if (!isMade) {
+        return Failure{ExitCode::kFailed, "make the snapshot", volume_->name(),
+                       volume_->provider().name() + " reported success but named no snapshot"};
+    }
+    return written ? keepState(volumeRow_, *volume_) : written;
 }
 
 // A freeze that may still be in place stays intended: delete thaws it.

@@ -60,6 +60,15 @@ StepIntent intentOf(const char* name, const FreezeUndo& undo) {
     return {name, jsonText(json)};
 }
 
+StepIntent intentOf(const char* name, const SyncUndo& undo) {
+    Json json;
+    json["provider"] = undo.provider;
+    putBytes(json, "mountPoint", undo.mountPoint);
+    json["fsDevice"] = undo.fsDevice;
+    putBytes(json, "options", undo.options);
+    return {name, jsonText(json)};
+}
+
 StepIntent intentOf(const char* name, const MountUndo& undo) {
     Json json;
     json["provider"] = undo.provider;
@@ -106,6 +115,13 @@ Result<FreezeUndo> freezeUndoOf(const StepRecord& step) {
     return parse<FreezeUndo>(step, [](const Json& json) {
         return FreezeUndo{getBytes(json, "mountPoint").value(), json.at("type").get<std::string>(),
                           json.at("fsDevice").get<std::uint64_t>()};
+    });
+}
+
+Result<SyncUndo> syncUndoOf(const StepRecord& step) {
+    return parse<SyncUndo>(step, [](const Json& json) {
+        return SyncUndo{json.at("provider").get<std::string>(), getBytes(json, "mountPoint").value(),
+                        json.at("fsDevice").get<std::uint64_t>(), getBytes(json, "options").value()};
     });
 }
 

@@ -18,6 +18,7 @@ namespace tarnctl {
 // The steps, by the name under which they stand in the catalog, in the order in which they happen.
 namespace step {
 inline constexpr const char* kPrepare = "prepare";  // the volume provider reserves the snapshot
+inline constexpr const char* kSync = "sync";        // the origin is mounted with sync meanwhile
 inline constexpr const char* kFreeze = "freeze";    // the window: these three are one intent
 inline constexpr const char* kMake = "make";
 inline constexpr const char* kThaw = "thaw";
@@ -39,6 +40,14 @@ struct FreezeUndo {
     std::string mountPoint;
     std::string fsType;
     std::uint64_t fsDevice = 0;  // device number of the frozen file system
+};
+
+// Of kSync.
+struct SyncUndo {
+    std::string provider;
+    std::string mountPoint;
+    std::uint64_t fsDevice = 0;  // device number of the file system
+    std::string options;         // as the kernel listed them before
 };
 
 // A directory that was there before the road, so that it is there after it.
@@ -85,6 +94,7 @@ std::optional<KeptDirectory> keptDirectory(const AlternateName& name);
 
 StepIntent intentOf(const char* name, const VolumeUndo& undo);
 StepIntent intentOf(const char* name, const FreezeUndo& undo);
+StepIntent intentOf(const char* name, const SyncUndo& undo);
 StepIntent intentOf(const char* name, const MountUndo& undo);
 StepIntent intentOf(const char* name, const AttachUndo& undo);
 StepIntent intentOf(const char* name, const ImportFacts& facts);
@@ -94,6 +104,7 @@ StepIntent intentOf(const char* name, const Superblock& superblock);
 // kFailed for a text that is no such undo data.
 Result<VolumeUndo> volumeUndoOf(const StepRecord& step);
 Result<FreezeUndo> freezeUndoOf(const StepRecord& step);
+Result<SyncUndo> syncUndoOf(const StepRecord& step);
 Result<MountUndo> mountUndoOf(const StepRecord& step);
 Result<AttachUndo> attachUndoOf(const StepRecord& step);
 Result<ImportFacts> importFactsOf(const StepRecord& step);

@@ -17,6 +17,7 @@
 #include "host/report/system_failure.h"
 #include "host/road/left_processes.h"
 #include "host/road/recorded_nodes.h"
+#include "host/road/write_through.h"
 
 namespace tarnctl {
 namespace {
@@ -46,7 +47,7 @@ bool saysBusy(const Failure& failure) {
 bool hasEffect(const StepRecord& step) {
     const std::string& name = step.intent.name;
     return name == step::kMount || name == step::kAttach || name == step::kMake || name == step::kPrepare ||
-           (name == step::kFreeze && step.state == StepState::kIntended);
+           name == step::kSync || (name == step::kFreeze && step.state == StepState::kIntended);
 }
 
 }  // namespace
@@ -160,6 +161,10 @@ Status UndoRoad::undoStep(const StepRecord& step) {
     if (name == step::kMake || name == step::kPrepare) {
         auto undo = volumeUndoOf(step);
         return undo ? disposeOfVolume(step, *undo) : Status(undo.failure());
+    }
+    if (name == step::kSync) {
+        auto undo = syncUndoOf(step);
+        return undo ? switchCachingOn(step, *undo) : Status(undo.failure());
     }
     if (name == step::kFreeze && step.state == StepState::kIntended) {
         auto undo = freezeUndoOf(step);
@@ -282,6 +287,38 @@ Status UndoRoad::thaw(const FreezeUndo& undo) {
     return Failure{ExitCode::kMayBeFrozen, "thaw", undo.mountPoint,
                    fmt::format("{}; it may still be frozen. Thaw it with: {}", std::strerror(answer.error),
                                thawCommand(undo.mountPoint, undo.fsType))};
+}
+
+// The options of before come from the record, its device from the mount itself.
+Status UndoRoad::switchCachingOn(const StepRecord& step, const SyncUndo& undo) {
+    if (Status waited = awaitCommandsOn({undo.mountPoint}); !waited) {
+        return waited;
+    }
+    auto table = MountTable::read();
+    if (!table) {
+        return table.failure();
+    }
+    const MountEntry* origin = table->visibleAt(undo.mountPoint);
+    if (origin == nullptr || origin->device != static_cast<dev_t>(undo.fsDevice)) {
+        return Done{};  // it is not mounted there any more
+    }
+    auto owner = providerNamed(providers_, undo.provider);
+    if (!owner) {
+        return owner.failure();
+    }
+    Node node(**owner, undo.mountPoint);
+    if (Status initialised = node.init(); !initialised) {
+        return initialised;
+    }
+    auto recorded = recordedState(catalog_, step.key.snapshot, NodeRole::kOrigin);
+    if (!recorded) {
+        return recorded.failure();
+    }
+    if (Status restored = node.restoreState(*recorded); !restored) {
+        return restored;
+    }
+    auto enabled = writeBackAgain(node, undo);
+    return enabled ? Status(Done{}) : Status(enabled.failure());
 }
 
 }  // namespace tarnctl

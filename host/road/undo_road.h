@@ -35,6 +35,7 @@ class UndoRoad {
     Status leaveDirectoryAsItWas(const MountUndo& undo);
     Status disposeOfVolume(const StepRecord& step, const VolumeUndo& undo);
     Status thaw(const FreezeUndo& undo);
+    Status switchCachingOn(const StepRecord& step, const SyncUndo& undo);
 
     Providers& providers_;
     Catalog& catalog_;

@@ -4,6 +4,7 @@
 #include "host/mounts/mount_table.h"
 #include "host/mounts/preflight.h"
 #include "host/provider/node.h"
+#include "host/road/write_through.h"
 #include "host/verbs/verb.h"
 
 namespace tarnctl {
@@ -15,7 +16,7 @@ struct Probed {
     std::string type;
     std::string device;
     std::string options;
-    std::string freezeMethod;    // the provider's, or "ioctl": the host freezes by itself
+    std::string freezeMethod;    // the provider's, "ioctl": the host freezes by itself, or "none": it cannot be
     std::string volumeProvider;  // empty: nobody claims the device
 };
 
@@ -39,7 +40,9 @@ Result<Probed> probe(Providers& providers, const MountTable& table, const std::s
         return initialised.failure();
     }
     const zfi_quiescenode* quiesce = node.record()->quiesce;
-    probed.freezeMethod = quiesce != nullptr && quiesce->method != nullptr ? quiesce->method : "ioctl";
+    probed.freezeMethod = quiesce != nullptr && quiesce->method != nullptr ? quiesce->method
+                          : cannotBeFrozen(entry->type)                    ? "none"
+                                                                           : "ioctl";
     auto devices = node.subObjects();
     if (!devices) {
         return devices.failure();

@@ -5,6 +5,7 @@
 #include "host/verbs/callers_command.h"
 #include "host/verbs/snapshot_view.h"
 #include "host/verbs/verb.h"
+#include "host/verbs/warnings.h"
 
 namespace tarnctl {
 namespace {
@@ -13,6 +14,7 @@ struct RunRequest {
     std::string path;
     std::vector<std::string> command;
     bool passesCommandCode = false;
+    Caching caching = Caching::kLeftOn;
 };
 
 std::vector<std::string> withMountPoint(std::vector<std::string> command, const std::string& alternate) {
@@ -60,10 +62,11 @@ int conclude(const Installation& installation, const RunRequest& request, const 
 }
 
 int run(Installation& installation, const RunRequest& request) {
-    auto made = makeSnapshot(installation, request.path);
+    auto made = makeSnapshot(installation, request.path, request.caching);
     if (!made) {
         return answer(installation, made.failure());
     }
+    printWarnings("snapshot", made->mountPoint, made->warnings);
     Result<Ended> ended = made->isBroken ? Result<Ended>(brokenFailure(*made)) : Ended{};
     if (!made->isBroken) {
         ended = runForCaller(withMountPoint(request.command, made->alternate), installation.settings());
@@ -82,6 +85,7 @@ void addRun(CLI::App& app, Verb& chosen) {
                                         "goes to standard error");
     auto request = std::make_shared<RunRequest>();
     verb->add_option("path", request->path, "mount point")->required();
+    addSyncOption(*verb, request->caching);
     auto whose = std::make_shared<std::string>("tarnctl");
     verb->add_option("--exit-code-from", *whose,
                      "whose exit status is ours: tarnctl (10 when the command failed) or command")

@@ -1,15 +1,17 @@
 // snapshot PATH: makes a snapshot and leaves it mounted at its alternate name.
 #include "host/verbs/snapshot_view.h"
 #include "host/verbs/verb.h"
+#include "host/verbs/warnings.h"
 
 namespace tarnctl {
 namespace {
 
-int snapshot(Installation& installation, const std::string& path) {
-    auto made = makeSnapshot(installation, path);
+int snapshot(Installation& installation, const std::string& path, Caching caching) {
+    auto made = makeSnapshot(installation, path, caching);
     if (!made) {
         return answer(installation, made.failure());
     }
+    printWarnings("snapshot", made->mountPoint, made->warnings);
     if (made->isBroken) {
         if (installation.settings().isJson) {
             Json json = madeJson(*made);
@@ -29,7 +31,7 @@ int snapshot(Installation& installation, const std::string& path) {
 
 }  // namespace
 
-Result<Snapshot> makeSnapshot(Installation& installation, const std::string& path) {
+Result<Snapshot> makeSnapshot(Installation& installation, const std::string& path, Caching caching) {
     auto providers = installation.providers();
     if (!providers) {
         return providers.failure();
@@ -38,15 +40,24 @@ Result<Snapshot> makeSnapshot(Installation& installation, const std::string& pat
     if (!catalog) {
         return catalog.failure();
     }
-    return SnapshotRoad(installation.settings(), **providers, **catalog).make(path);
+    return SnapshotRoad(installation.settings(), **providers, **catalog).make(path, caching);
+}
+
+void addSyncOption(CLI::App& verb, Caching& caching) {
+    verb.add_flag_callback(
+        "--sync", [&caching] { caching = Caching::kOffMeanwhile; },
+        "mount it with sync while the snapshot is made, in addition to the freeze");
 }
 
 void addSnapshot(CLI::App& app, Verb& chosen) {
     CLI::App* verb = app.add_subcommand("snapshot", "make a snapshot and mount it read-only at its alternate name");
     auto path = std::make_shared<std::string>();
     verb->add_option("path", *path, "mount point")->required();
-    verb->callback(
-        [&chosen, path] { chosen = [path](Installation& installation) { return snapshot(installation, *path); }; });
+    auto caching = std::make_shared<Caching>(Caching::kLeftOn);
+    addSyncOption(*verb, *caching);
+    verb->callback([&chosen, path, caching] {
+        chosen = [path, caching](Installation& installation) { return snapshot(installation, *path, *caching); };
+    });
 }
 
 }  // namespace tarnctl

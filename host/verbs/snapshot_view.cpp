@@ -4,12 +4,17 @@
 #include <fmt/format.h>
 
 #include "host/road/step_undo.h"
+#include "host/verbs/warnings.h"
 
 namespace tarnctl {
 namespace {
 
 std::int64_t nanoseconds(std::chrono::steady_clock::time_point at) {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(at.time_since_epoch()).count();
+}
+
+Consistency consistencyOf(const Snapshot& snapshot) {
+    return snapshot.isBroken ? Consistency::kBroken : snapshot.isCrash ? Consistency::kCrash : Consistency::kFrozen;
 }
 
 std::string createdText(std::int64_t ns) {
@@ -28,17 +33,22 @@ Json madeJson(const Snapshot& snapshot) {
     json["type"] = snapshot.fsType;
     putBytes(json, "alternate", snapshot.alternate);
     putBytes(json, "snapshotDevice", snapshot.snapshotDevice);
-    json["consistency"] = nameOf(snapshot.isBroken ? Consistency::kBroken : Consistency::kFrozen);
-    json["windowNs"] = snapshot.still.count();
+    json["consistency"] = nameOf(consistencyOf(snapshot));
+    json["sync"] = snapshot.isThrough;
+    json["windowNs"] = snapshot.isCrash ? Json(nullptr) : Json(snapshot.still.count());
     json["volumeLayerNs"] = snapshot.made.count();
-    json["frozenAtNs"] = nanoseconds(snapshot.frozenAt);
-    json["thawedAtNs"] = nanoseconds(snapshot.thawedAt);
+    json["frozenAtNs"] = snapshot.isCrash ? Json(nullptr) : Json(nanoseconds(snapshot.frozenAt));
+    json["thawedAtNs"] = snapshot.isCrash ? Json(nullptr) : Json(nanoseconds(snapshot.thawedAt));
+    json["warnings"] = warningsJson(snapshot.warnings);
     return json;
 }
 
 std::string madeText(const Snapshot& snapshot) {
-    return fmt::format("{}  {} -> {}  (stood still {:.1f} ms)\n", snapshot.id, terminalText(snapshot.mountPoint),
-                       terminalText(snapshot.alternate), static_cast<double>(snapshot.still.count()) / 1e6);
+    const std::string how =
+        snapshot.isCrash ? "not frozen: consistent as after a crash"
+                         : fmt::format("stood still {:.1f} ms", static_cast<double>(snapshot.still.count()) / 1e6);
+    return fmt::format("{}  {} -> {}  ({})\n", snapshot.id, terminalText(snapshot.mountPoint),
+                       terminalText(snapshot.alternate), how);
 }
 
 Json recordJson(const SnapshotRecord& record, const std::string& alternate) {

@@ -27,7 +27,9 @@ void addOnline(CLI::App& app, Verb& chosen);
 void addPlugin(CLI::App& app, Verb& chosen);
 
 // What snapshot and run do first, and delete and run last.
-Result<Snapshot> makeSnapshot(Installation& installation, const std::string& path);
+Result<Snapshot> makeSnapshot(Installation& installation, const std::string& path, Caching caching);
+// --sync of both; caching outlives the parsing.
+void addSyncOption(CLI::App& verb, Caching& caching);
 Status deleteSnapshot(Installation& installation, const std::string& id);
 
 // One JSON document on standard output.

@@ -228,7 +228,9 @@ typedef int zfi_fn_del_locale_message(char** text);
 
 /* 43 objctl (D): a named command with typed arguments as one line of text (cfiobjctlargs.h). Answers 0 also when the
  * command fails: its status goes through *status (2: no such command). *outText is the results' text, made with strdup:
- * the caller frees it with free. argumentText may be null; 3 when another argument is. Base command: trace_level. */
+ * the caller frees it with free. argumentText may be null; 3 when another argument is. Base command: trace_level.
+ * Volume providers are asked cuts_atomically, with the input argument device, before a file system is snapshotted that
+ * cannot be frozen: 0 when the snapshot of that device is of one instant although it is written to meanwhile. */
 typedef int zfi_fn_objctl(char* command, char* argumentText, char** outText, long* status);
 
 /* ---- Access to the origin ----------------------------------------------------------------------------------- */
