@@ -121,8 +121,8 @@ Window::Ended Window::freezeByHost() {
             break;
         case FreezeOutcome::kCannotFreeze:
             fail({ExitCode::kUnsupported, "freeze", fileSystem_.name(),
-                  "the kernel cannot freeze this type of file system, and the volume layer below it does not cut "
-                  "atomically: a copy of a moving image would be worthless"});
+                  "the kernel says that it cannot freeze this file system: a copy of a moving image would be "
+                  "worthless"});
             break;
         case FreezeOutcome::kFailed:
             fail({ExitCode::kFailed, "freeze", fileSystem_.name(), std::strerror(answer.error)});

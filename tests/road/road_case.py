@@ -125,12 +125,14 @@ class RoadCase(unittest.TestCase):
         self.delete(self.snapshot(disk))
         self.assertEqual(self.known(), [])
 
-    def start_paused(self, at, *words):
+    def start_paused(self, at, *words, more=None):
         """Starts tarnctl and waits until it stands at this call (see pause_at.cpp). Answers it and a way to go on."""
+        more = more or {}  # environment
         folder = self.room.at(f"pause-{len(os.listdir(self.room.folder))}")
         os.mkdir(folder)
         process = self.tarnctl.start(*words, environment={
-            "LD_PRELOAD": os.path.join(self.build, "tests/pause_at.so"),
+            **more,
+            "LD_PRELOAD": ":".join(filter(None, [os.path.join(self.build, "tests/pause_at.so"), more.get("LD_PRELOAD")])),
             "TARNFI_TEST_PAUSE_AT": at, "TARNFI_TEST_PAUSE_IN": folder})
         self.addCleanup(self._end, process)
         deadline = time.monotonic() + 20
