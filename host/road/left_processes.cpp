@@ -21,7 +21,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::array<std::string_view, 6> kCommands{"xfs_freeze", "xfs_io", "mount", "umount", "mkdir", "rmdir"};
+constexpr std::array<std::string_view, 7> kCommands{"xfs_freeze", "xfs_io", "mount", "umount",
+                                                    "mkdir",      "rmdir",  "fuser"};
 constexpr std::string_view kGuardName = "tarnctl-guard";
 constexpr std::size_t kWordsBeforeScript =
     3;  // "/bin/sh -f /usr/sbin/xfs_freeze": an interpreter, its option, the script

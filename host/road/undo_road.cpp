@@ -15,6 +15,8 @@
 #include "host/mounts/mount_table.h"
 #include "host/provider/node.h"
 #include "host/report/system_failure.h"
+#include "host/restore/finish_restore.h"
+#include "host/restore/restore_steps.h"
 #include "host/road/left_processes.h"
 #include "host/road/recorded_nodes.h"
 #include "host/road/write_through.h"
@@ -47,7 +49,8 @@ bool saysBusy(const Failure& failure) {
 bool hasEffect(const StepRecord& step) {
     const std::string& name = step.intent.name;
     return name == step::kMount || name == step::kAttach || name == step::kMake || name == step::kPrepare ||
-           name == step::kSync || (name == step::kFreeze && step.state == StepState::kIntended);
+           name == step::kSync || name == step::kDisable ||
+           ((name == step::kFreeze || name == step::kRestore) && step.state == StepState::kIntended);
 }
 
 }  // namespace
@@ -83,10 +86,15 @@ Status UndoRoad::undoBesideOrigin(const std::string& snapshotId) {
         return table.failure();
     }
     const MountEntry* origin = table->visibleAt(record->origin.mountPoint);
-    if (origin == nullptr) {
+    auto unfinished = unfinishedRestoreOf(catalog_, snapshotId);
+    if (!unfinished) {
+        return unfinished.failure();
+    }
+    if (origin == nullptr && !*unfinished) {
         return undo(snapshotId);
     }
-    auto lock = FsLock::take(origin->device, origin->point);
+    auto lock = origin != nullptr ? FsLock::take(origin->device, origin->point)
+                                  : FsLock::take(deviceBehind(record->origin.device), record->origin.mountPoint);
     return lock ? undo(snapshotId) : Status(lock.failure());
 }
 
@@ -165,6 +173,15 @@ Status UndoRoad::undoStep(const StepRecord& step) {
     if (name == step::kSync) {
         auto undo = syncUndoOf(step);
         return undo ? switchCachingOn(step, *undo) : Status(undo.failure());
+    }
+    // A restore that was interrupted is not taken back, but brought to its end.
+    if (name == step::kRestore && step.state == StepState::kIntended) {
+        return FinishRestore(providers_, catalog_).write(step);
+    }
+    if (name == step::kDisable) {
+        std::vector<std::string> warnings;
+        auto mounted = FinishRestore(providers_, catalog_).mount(step, warnings);
+        return mounted ? Status(Done{}) : Status(mounted.failure());
     }
     if (name == step::kFreeze && step.state == StepState::kIntended) {
         auto undo = freezeUndoOf(step);

@@ -23,6 +23,7 @@ void addShow(CLI::App& app, Verb& chosen);
 void addDelete(CLI::App& app, Verb& chosen);
 void addRun(CLI::App& app, Verb& chosen);
 void addFormat(CLI::App& app, Verb& chosen);
+void addRestore(CLI::App& app, Verb& chosen);
 void addOnline(CLI::App& app, Verb& chosen);
 void addPlugin(CLI::App& app, Verb& chosen);
 
