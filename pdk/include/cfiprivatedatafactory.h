@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,7 @@ class CFiPrivateDataConcreteFactory : public CFiPrivateDataFactory {
         if (Slot* slot = slotOf(domain)) {
             return *slot;
         }
+        auto attached = std::make_unique<Slot>();  // first: without a slot nobody would give the object back
         Map& map = mapOf(isAltNode);
         auto [entry, isNew] = map.try_emplace(domain->objid->name);
         if (isNew) {
@@ -47,7 +49,8 @@ class CFiPrivateDataConcreteFactory : public CFiPrivateDataFactory {
                 throw;
             }
         }
-        domain->privateData = new Slot(entry->second);
+        *attached = entry->second;
+        domain->privateData = attached.release();
         return entry->second;
     }
 

@@ -9,7 +9,8 @@
 
 class ZNFI_API CFiStringTool {
   public:
-    // The build is narrow: conversion copies the bytes. A null pointer gives an empty string.
+    // The build is narrow: conversion copies the bytes. A null pointer gives an empty string. std::bad_alloc when
+    // memory is out.
     static zfi_tstring str2tstr(const char* text);
     static zfi_tstring str2tstr(const std::string& text);
     static std::string tstr2str(const zfi_tstring& text);

@@ -12,10 +12,12 @@
 
 namespace znfi_runtime {
 
-ChildProcess::ChildProcess(pid_t id, Descriptor handle, Descriptor output) noexcept
-    : id_(id), handle_(std::move(handle)), output_(std::move(output)) {
-    if (!handle_) {
-        end_.emplace();  // gone before a handle could be had: its status is lost
+void ChildProcess::adopt(pid_t id, Descriptor handle, Descriptor output) noexcept {
+    id_ = id;
+    handle_ = std::move(handle);
+    output_ = std::move(output);
+    if (handle_) {
+        end_.reset();  // without a handle it was gone before one could be had: its status is lost
     }
 }
 

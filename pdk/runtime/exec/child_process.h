@@ -37,7 +37,8 @@ class ChildProcess {
     // the fixed environment; nothing else of the caller's is changed (limits, priority, user, umask).
     static Started start(std::vector<std::string> arguments);
 
-    ChildProcess(pid_t id, Descriptor handle, Descriptor output) noexcept;
+    // No child: what start makes one of.
+    ChildProcess() noexcept { end_.emplace(); }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess();
@@ -59,9 +60,10 @@ class ChildProcess {
     bool groupGoneBefore(Deadline deadline) const;
 
   private:
+    void adopt(pid_t id, Descriptor handle, Descriptor output) noexcept;
     bool ownsGroupNumber() const;
 
-    pid_t id_;
+    pid_t id_ = -1;
     Descriptor handle_;
     Descriptor output_;
     std::optional<ChildEnd> end_;

@@ -155,6 +155,7 @@ ChildProcess::Started ChildProcess::start(std::vector<std::string> arguments) {
     if (!canWaitByHandle()) {
         return {ZFI_EXEC_PIPE_ERROR_UNEXPECTED, errno, nullptr};
     }
+    auto child = std::make_unique<ChildProcess>();  // before there is something to lose when memory is out
     pid_t id = 0;
     if (const int error = spawn(id, arguments, ends); error != 0) {
         return {codeOfSpawnError(error), error, nullptr};
@@ -169,8 +170,8 @@ ChildProcess::Started ChildProcess::start(std::vector<std::string> arguments) {
         ::waitpid(id, nullptr, 0);
         return {ZFI_EXEC_PIPE_CMD_ERROR_UNEXPECTED, error, nullptr};
     }
-    return {ZFI_EXEC_PIPE_SUCCESS, 0,
-            std::make_unique<ChildProcess>(id, std::move(handle), std::move(ends.outputRead))};
+    child->adopt(id, std::move(handle), std::move(ends.outputRead));
+    return {ZFI_EXEC_PIPE_SUCCESS, 0, std::move(child)};
 }
 
 }  // namespace znfi_runtime

@@ -1,10 +1,12 @@
 #include "text/format_options_reader.h"
 
+#include <new>
 #include <utility>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLUni.hpp>
@@ -80,26 +82,36 @@ class Reader : public xercesc::SAX2XMLReaderImpl {
     }
 };
 
-// Once for the process and never undone: the parser's own count of users is not safe among threads.
-void startParser() {
-    static const bool started = [] {
+// Once for the process and never undone: the parser's own count of users is not safe among threads. When the library is
+// loaded, because a start that runs out of memory half-way leaves a parser that ends the process when it is used.
+bool startParser() noexcept {
+    try {
         xercesc::XMLPlatformUtils::Initialize();
         return true;
-    }();
-    static_cast<void>(started);
+    } catch (...) {
+        return false;
+    }
 }
+
+const bool isParserStarted = startParser();
 
 }  // namespace
 
-std::map<std::string, CFiFormatOption> readFormatOptions(std::string_view text) noexcept {
+std::map<std::string, CFiFormatOption> readFormatOptions(std::string_view text) {
+    if (!isParserStarted) {
+        throw std::bad_alloc();
+    }
     try {
-        startParser();
         OptionHandler handler;
         Reader reader(handler);
         const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                                 "format options");
         reader.parse(source);
         return std::move(handler.options);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const xercesc::OutOfMemoryException&) {
+        throw std::bad_alloc();
     } catch (...) {
         return {};
     }

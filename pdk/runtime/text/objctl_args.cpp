@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cfiobjctlargs.h"
+#include "cfistringtool.h"
 
 namespace {
 
@@ -83,18 +84,19 @@ int CFiObjctlArgs::importArgs(const char* text) {
 }
 
 zfi_tstring CFiObjctlArgs::exportArgs() const {
-    zfi_tstring text(kListStart);
+    std::string text(kListStart);
     for (const CFiObjctlArg& argument : output) {
+        const auto append = [&text](const zfi_tstring& part) { text.append(part.c_str(), part.length()); };
         text += " <OBJCTL_OUTPUT arg=";
-        text += argument.arg;
+        append(wholeText(argument.arg));
         text += " value=";
-        text += argument.value;
+        append(wholeText(argument.value));
         text += " type=";
-        text += argument.type;
+        append(wholeText(argument.type));
         text += " />";
     }
     text += " ";
     text += kListEnd;
     text += " ";
-    return text;
+    return CFiStringTool::str2tstr(text);
 }

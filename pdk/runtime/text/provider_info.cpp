@@ -12,6 +12,7 @@ CFiProviderInfo::~CFiProviderInfo() {
 
 void CFiProviderInfo::addType(const zfi_tstring& type) {
     types_.push_back(type);
+    wholeText(types_.back());
     CFiStringTool::tstrfreelist(typeList_);
     typeList_ = CFiStringTool::tstrduplist(types_);
 }
@@ -23,6 +24,6 @@ CFiProviderInfoListFactory::CFiProviderInfoListFactory(zfi_tstring providerName,
 CFiProviderInfoListFactory::~CFiProviderInfoListFactory() = default;
 
 zfi_provider_list* CFiProviderInfoListFactory::allocateListElement(CFiProviderInfo& info) {
-    return znfi_build_providerlist_node(providerName_.c_str(), info.getCapabilities(), info.getKind(), &version_,
-                                        info.getTypeList());
+    return znfi_build_providerlist_node(wholeText(providerName_).c_str(), info.getCapabilities(), info.getKind(),
+                                        &version_, info.getTypeList());
 }

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "znfi.h"
@@ -39,7 +40,6 @@ int entriesOf(const char* folder) {
 }  // namespace
 
 Scopes::Scopes() {
-    open_.reserve(64);
     znfi_trace_set_level(kScopeLevel);
     znfi_trace_sink(receive, this);
 }
@@ -48,11 +48,11 @@ Scopes::~Scopes() {
     znfi_trace_sink(nullptr, nullptr);
 }
 
-const std::string& Scopes::fault() {
-    if (fault_.empty() && !open_.empty()) {
-        fault_ = "still open: " + open_.back();
+std::string Scopes::fault() const {
+    if (outOfTurn_[0] != '\0') {
+        return std::string("out of turn: ") + outOfTurn_;
     }
-    return fault_;
+    return depth_ == 0 ? std::string() : std::string("still open: ") + open_[depth_ - 1];
 }
 
 void Scopes::receive(void* self, int level, const char*, const char* text) {
@@ -63,15 +63,13 @@ void Scopes::receive(void* self, int level, const char*, const char* text) {
 
 void Scopes::take(const char* text) {
     if (std::strncmp(text, kEntering, std::strlen(kEntering)) == 0) {
-        open_.emplace_back(text + std::strlen(kEntering));
+        const char* name = text + std::strlen(kEntering);
+        std::snprintf(depth_ < kDeepest ? open_[depth_++] : outOfTurn_, kLongest, "%s", name);
         ++opened_;
     } else if (std::strncmp(text, kExiting, std::strlen(kExiting)) == 0) {
         const char* name = text + std::strlen(kExiting);
-        if (open_.empty() || open_.back() != name) {
-            fault_ = std::string("closed out of turn: ") + name;
-        }
-        if (!open_.empty()) {
-            open_.pop_back();
+        if (depth_ == 0 || std::strcmp(open_[--depth_], name) != 0) {
+            std::snprintf(outOfTurn_, kLongest, "%s", name);
         }
     }
 }
@@ -86,6 +84,12 @@ int descriptors() {
 
 bool hasChild() {
     return waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD;
+}
+
+void awaitKilledChildren() {
+    if (hasChild()) {
+        waitid(P_ALL, 0, nullptr, WEXITED | WNOWAIT);
+    }
 }
 
 bool leaks() {
