@@ -36,13 +36,18 @@ bed::Faults active;
 thread_local int allocationsLeft = 0;  // until one is refused; 0: none is
 thread_local bool isRefused = false;
 
+thread_local bool isBedAtWork = false;
+
 // What the bed does inside a call of the libraries gets all the memory that it needs.
 class Uncounted {
   public:
-    Uncounted() : left_(std::exchange(allocationsLeft, 0)) {}
+    Uncounted() : left_(std::exchange(allocationsLeft, 0)) { isBedAtWork = true; }
     Uncounted(const Uncounted&) = delete;
     Uncounted& operator=(const Uncounted&) = delete;
-    ~Uncounted() { allocationsLeft = left_; }
+    ~Uncounted() {
+        allocationsLeft = left_;
+        isBedAtWork = false;
+    }
 
   private:
     int left_;
@@ -73,6 +78,10 @@ void setFaults(const Faults& faults) {
 
 std::vector<std::string> directoriesRemoved() {
     return std::exchange(removed, {});
+}
+
+bool isAtWork() {
+    return isBedAtWork;
 }
 
 void refuseMemoryAt(int nth) {
@@ -165,7 +174,10 @@ BED_REPLACES int semget(key_t key, int count, int flags) noexcept {
 
 BED_REPLACES int rmdir(const char* path) noexcept {
     static auto* real = next<decltype(rmdir)>("rmdir");
-    removed.emplace_back(path);
+    {
+        const Uncounted uncounted;
+        removed.emplace_back(path);
+    }
     return real(path);
 }
 

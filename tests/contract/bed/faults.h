@@ -36,4 +36,7 @@ bool wasMemoryRefused();
 // The directories that rmdir was called with since then.
 std::vector<std::string> directoriesRemoved();
 
+// Is the bed itself at work, in a function that a library called? What it allocates is not the library's.
+bool isAtWork();
+
 }  // namespace bed

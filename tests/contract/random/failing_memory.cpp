@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "bed/faults.h"
+
 #define ROADS_REPLACES __attribute__((visibility("default")))
 
 namespace {
@@ -11,7 +13,7 @@ int untilFailure = 0;
 bool hasFailed = false;
 
 void* allocate(size_t size) noexcept {
-    if (untilFailure > 0 && --untilFailure == 0) {
+    if (untilFailure > 0 && !bed::isAtWork() && --untilFailure == 0) {
         hasFailed = true;
         return nullptr;
     }

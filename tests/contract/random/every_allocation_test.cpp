@@ -239,9 +239,9 @@ bool failAt(const Case& one, int n) {
     return hasFailed;
 }
 
-class MemoryRunsOut : public testing::TestWithParam<Case> {};
+class EveryAllocation : public testing::TestWithParam<Case> {};
 
-TEST_P(MemoryRunsOut, at_every_allocation_nothing_is_lost) {
+TEST_P(EveryAllocation, that_fails_loses_nothing) {
     if (!bed::reasonToSkip().empty()) {
         GTEST_SKIP() << bed::reasonToSkip();
     }
@@ -257,7 +257,7 @@ TEST_P(MemoryRunsOut, at_every_allocation_nothing_is_lost) {
     EXPECT_FALSE(leaks());
 }
 
-INSTANTIATE_TEST_SUITE_P(Contract, MemoryRunsOut, testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Contract, EveryAllocation, testing::ValuesIn(kCases),
                          [](const auto& one) { return std::string(one.param.name); });
 
 }  // namespace
