@@ -3,9 +3,13 @@ find_package(GTest REQUIRED)
 
 # Half of a test file's compile time is one header: compiled once here, for all test programs. They need not be fast.
 file(WRITE ${CMAKE_BINARY_DIR}/tests/headers.cpp "int main() {}\n")
+set(tarn_test_options -O1)
+if(TARNFI_SANITIZE)  # instrumented code takes the longer to compile, the more the optimiser looks at it
+  set(tarn_test_options -O0)
+endif()
 add_executable(tarn_test_headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/tests/headers.cpp)
 target_link_libraries(tarn_test_headers PRIVATE tarn_compile GTest::gtest)
-target_compile_options(tarn_test_headers PRIVATE -O1)
+target_compile_options(tarn_test_headers PRIVATE ${tarn_test_options})
 target_precompile_headers(tarn_test_headers PRIVATE <gtest/gtest.h> <map> <memory> <string> <vector>)
 
 # What a ring's tests run is built by the target <ring>_ring, so that a build for some rings need not build everything.
@@ -20,7 +24,7 @@ function(tarn_test)
   add_executable(${T_NAME} ${T_SOURCES})
   target_link_libraries(${T_NAME} PRIVATE tarn_compile ${T_LIBRARIES} GTest::gtest GTest::gtest_main)
   target_precompile_headers(${T_NAME} REUSE_FROM tarn_test_headers)
-  target_compile_options(${T_NAME} PRIVATE -O1)
+  target_compile_options(${T_NAME} PRIVATE ${tarn_test_options})
   set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_dependencies(${T_LABEL}_ring ${T_NAME})
   if(T_LABEL STREQUAL "road")
