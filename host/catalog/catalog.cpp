@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "host/catalog/catalog_file.h"
+#include "host/catalog/rows.h"
 #include "host/catalog/schema.h"
 #include "host/catalog/snapshot_id.h"
 #include "host/catalog/wall_clock.h"
@@ -47,21 +48,7 @@ Result<std::string> nextId(const Database& database, std::int64_t nowNs) {
 }
 
 Result<std::vector<SnapshotRecord>> readSnapshots(const Database& database, Statement& statement) {
-    std::vector<SnapshotRecord> found;
-    for (;;) {
-        const Result<bool> row = statement.step();
-        if (!row) {
-            return row.failure();
-        }
-        if (!*row) {
-            return found;
-        }
-        const std::optional<SnapshotRecord> record = snapshotOf(statement);
-        if (!record) {
-            return Failure{ExitCode::kFailed, "read the catalog", database.file(), "a snapshot's state is unknown"};
-        }
-        found.push_back(*record);
-    }
+    return readRows(database, statement, snapshotOf, "a snapshot's state is unknown");
 }
 
 }  // namespace

@@ -1,6 +1,23 @@
 #include "host/catalog/catalog.h"
+#include "host/catalog/rows.h"
 
 namespace tarnctl {
+namespace {
+
+// Reads the columns id, role, provider, name, parent, blob, encoding.
+std::optional<NodeRecord> nodeOf(const Statement& row) {
+    const auto role = nodeRoleNamed(row.text(1));
+    if (!role) {
+        return std::nullopt;
+    }
+    NodeRecord record{row.integer(0), {*role, row.text(2), row.text(3), row.optionalInteger(4)}, std::nullopt};
+    if (!row.isNull(5)) {
+        record.blob = Blob{row.text(5), static_cast<std::uint32_t>(row.integer(6))};
+    }
+    return record;
+}
+
+}  // namespace
 
 Result<std::int64_t> Catalog::addNode(const std::string& snapshotId, const NewNode& node) {
     Result<Transaction> transaction = write();
@@ -68,27 +85,7 @@ Result<std::vector<NodeRecord>> Catalog::nodes(const std::string& snapshotId) co
         return statement.failure();
     }
     statement->bind(snapshotId);
-    std::vector<NodeRecord> found;
-    for (;;) {
-        const Result<bool> row = statement->step();
-        if (!row) {
-            return row.failure();
-        }
-        if (!*row) {
-            return found;
-        }
-        const auto role = nodeRoleNamed(statement->text(1));
-        if (!role) {
-            return Failure{ExitCode::kFailed, "read the catalog", database_.file(), "a node's role is unknown"};
-        }
-        NodeRecord record{statement->integer(0),
-                          {*role, statement->text(2), statement->text(3), statement->optionalInteger(4)},
-                          std::nullopt};
-        if (!statement->isNull(5)) {
-            record.blob = Blob{statement->text(5), static_cast<std::uint32_t>(statement->integer(6))};
-        }
-        found.push_back(std::move(record));
-    }
+    return readRows(database_, *statement, nodeOf, "a node's role is unknown");
 }
 
 }  // namespace tarnctl

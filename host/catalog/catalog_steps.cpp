@@ -1,4 +1,5 @@
 #include "host/catalog/catalog.h"
+#include "host/catalog/rows.h"
 #include "host/catalog/wall_clock.h"
 #include "host/report/report.h"
 
@@ -178,21 +179,7 @@ Result<std::vector<StepRecord>> Catalog::readSteps(Sql sql, const std::string& s
         return statement.failure();
     }
     statement->bind(snapshotId);
-    std::vector<StepRecord> found;
-    for (;;) {
-        const Result<bool> row = statement->step();
-        if (!row) {
-            return row.failure();
-        }
-        if (!*row) {
-            return found;
-        }
-        std::optional<StepRecord> record = stepOf(*statement);
-        if (!record) {
-            return Failure{ExitCode::kFailed, "read the catalog", database_.file(), "a step's state is unknown"};
-        }
-        found.push_back(std::move(*record));
-    }
+    return readRows(database_, *statement, stepOf, "a step's state is unknown");
 }
 
 Result<std::vector<StepRecord>> Catalog::steps(const std::string& snapshotId) const {
