@@ -344,9 +344,10 @@ Status SnapshotRoad::cutWithoutFreeze() {
     return written ? keepState(volumeRow_, *volume_) : written;
 }
 
-// A freeze that may still be in place stays intended: delete thaws it.
+// A freeze of ours that may still be in place stays intended: delete thaws it.
 Status SnapshotRoad::writeOutcome(const WindowReport& report) {
-    const bool mayBeFrozen = report.failure && report.failure->code == ExitCode::kMayBeFrozen;
+    const bool mayBeFrozen =
+        report.failure && report.failure->code == ExitCode::kMayBeFrozen && !report.isNobodysFreeze;
     const std::string detail = report.failure ? report.failure->cause : "";
     const StepOutcome freeze = mayBeFrozen        ? StepOutcome::kUnknown
                                : report.wasFrozen ? StepOutcome::kDone

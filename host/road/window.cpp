@@ -2,12 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <string_view>
 #include <thread>
 
 #include "host/freeze/fs_freeze.h"
+#include "host/report/system_failure.h"
 #include "znfi.h"
 
 namespace tarnctl {
@@ -131,15 +134,32 @@ Window::Ended Window::freezeByHost() {
     return Ended::kNotFrozen;
 }
 
-// A command that failed did not freeze; where the file system is frozen all the same, somebody else owns that freeze.
+// A command that failed should not have frozen: where the file system is frozen all the same, it is not thawed.
 void Window::lookForForeignFreeze() {
     const FrozenAnswer answer = isFrozen(directory_.fd());
     if (answer.proof == FrozenProof::kFrozen) {
-        result_.failure->code = ExitCode::kBusy;
-        result_.failure->cause += "; somebody else has frozen this file system already";
+        isFoundFrozen_ = true;
     } else if (answer.proof == FrozenProof::kLeftFrozen && thawFs(directory_.fd()).outcome == ThawOutcome::kFailed) {
         mayBeFrozen("it cannot be thawed");
     }
+}
+
+// Whose freeze it is only the command can tell: one that was refused as busy met somebody else's.
+void Window::tellForeignFreeze() {
+    const auto& lines = result_.failure->traceLines;
+    const std::string refused = systemErrorText(EBUSY);
+    if (std::any_of(lines.begin(), lines.end(),
+                    [&](const std::string& line) { return line.find(refused) != std::string::npos; })) {
+        result_.failure->code = ExitCode::kBusy;
+        result_.failure->cause += "; somebody else has frozen this file system already";
+        return;
+    }
+    result_.isNobodysFreeze = true;
+    result_.failure->code = ExitCode::kMayBeFrozen;
+    result_.failure->cause += fmt::format(
+        "; {} is frozen, and whether by this command or by somebody else cannot be told: it was left so. Unless "
+        "somebody else needs it frozen, thaw it with: {}",
+        fileSystem_.name(), thawCommand(fileSystem_.name(), fsType_));
 }
 
 // The command may have frozen it, and its freeze may still be on its way through the kernel, so one early answer "was
@@ -238,6 +258,9 @@ void Window::closeReports() {
     fileSystem_.provider().endReports(ofFileSystem);
     if (hasProviderFailed_) {
         result_.failure->traceLines = ofFileSystem.traceLines;  // they were held back as long as it could be frozen
+    }
+    if (isFoundFrozen_) {
+        tellForeignFreeze();
     }
     CallOutcome ofVolume;
     volume_.provider().endReports(ofVolume);

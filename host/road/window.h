@@ -19,6 +19,9 @@ struct WindowReport {
     std::string snapshot;    // the snapshot's object name: its device
     bool isBroken = false;   // somebody thawed before us: the snapshot is not of a frozen file system
     bool wasFrozen = false;  // the freeze was completed and proved
+    // Somebody froze it, and whether that was our failed command cannot be told: it stays frozen, also when the road is
+    // undone; the failure is kMayBeFrozen.
+    bool isNobodysFreeze = false;
     std::chrono::nanoseconds
         still{};  // from the start of the freeze call to the end of the thaw: writers waited at most this
     std::chrono::nanoseconds made{};  // of it, the volume layer's own time
@@ -45,6 +48,7 @@ class Window {
     Ended freezeByProvider();
     Ended freezeByHost();
     void lookForForeignFreeze();
+    void tellForeignFreeze();
     void thawAfterUnknownOutcome();
     bool proveFrozen();
     void make();
@@ -66,6 +70,7 @@ class Window {
     const char* makeEscaped_ = nullptr;
     const char* thawEscaped_ = nullptr;
     bool hasProviderFailed_ = false;  // the freeze
+    bool isFoundFrozen_ = false;      // after that
 };
 
 }  // namespace tarnctl

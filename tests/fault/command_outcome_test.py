@@ -1,6 +1,7 @@
 """Every way in which a command of the road can end: nothing stays frozen, a failed road leaves nothing."""
 import errno
 import os
+import subprocess
 
 import kernel
 from fault_case import FaultCase
@@ -80,6 +81,22 @@ class CommandOutcomeTest(FaultCase):
         self.replace(_FREEZE, freezing('(sleep 0.5; exec $REAL "$@") >/dev/null 2>&1 & kill -9 $$'))
         self.refused("xfs_freeze")
         self.works_again(_FREEZE)
+
+    def test_freeze_command_freezes_and_fails(self):
+        self.replace(_FREEZE, freezing('$REAL "$@"; echo tired; exit 3'))
+        answer = self.tarnctl.json("snapshot", self.disk.point)
+        self.assertEqual(kernel.freeze(self.disk.point), errno.EBUSY, "it was thawed")
+        self.assertEqual(answer.code, 8, answer)
+        self.assertIn("cannot be told", answer.json["cause"])
+        self.assertIn("tired", answer.json["trace"][0])
+        self.assertEqual(answer.json["undoing"], [], answer)
+        command = answer.json["cause"].partition("thaw it with: ")[2]
+        self.assertEqual(command, f"{_FREEZE} -u {self.disk.point}")
+        self.restore(_FREEZE)
+        subprocess.run(command.split(), check=True)
+        self.assertEqual(kernel.thaw(self.disk.point), errno.EINVAL)
+        self.assert_nothing_left()
+        self.assert_works(self.disk)
 
     def test_freeze_command_reports_success_without_freezing(self):
         self.replace(_FREEZE, freezing("exit 0"))
