@@ -1,12 +1,12 @@
 // Snapshots written back over their origins through the shipped library; needs root.
-#include <sys/mount.h>
+#include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include "loop_framework.h"
 
@@ -189,6 +189,7 @@ TEST_F(LoopRestoreTest, ADetachedFileIsAttachedForAsLongAsTheNodeLives) {
 }
 
 TEST_F(LoopRestoreTest, ADeviceThatWouldGoWithItsMountKeepsItsNumber) {
+    LoopTestBed::enterPrivateMounts();
     make(bed_->directory());
     ASSERT_TRUE(run("losetup -d " + device_ + " && mkfs.ext4 -q '" + image_ + "' && mkdir " + point() +
                     " && mount -o loop '" + image_ + "' " + point()));
@@ -201,6 +202,7 @@ TEST_F(LoopRestoreTest, ADeviceThatWouldGoWithItsMountKeepsItsNumber) {
 }
 
 TEST_F(LoopRestoreTest, AnOriginInUseIsBusyAndOnlyLookedAt) {
+    LoopTestBed::enterPrivateMounts();
     make(bed_->directory());
     ASSERT_TRUE(run("mkfs.ext4 -q " + device_ + " && mkdir " + point() + " && mount " + device_ + " " + point()));
     EXPECT_EQ(restoreIt(ZFI_RESTORE_CHECK).status, ZFI_OK);
@@ -208,6 +210,20 @@ TEST_F(LoopRestoreTest, AnOriginInUseIsBusyAndOnlyLookedAt) {
     EXPECT_EQ(refused.status, ZFI_ERR_BUSY);
     EXPECT_EQ(refused.left, ZFI_RESTORE_UNTOUCHED);
     ASSERT_TRUE(run("umount " + point() + " && ! cmp -s '" + image_ + "' '" + copy_ + "'"));
+}
+
+TEST_F(LoopRestoreTest, WhoeverIsJustLettingGoIsWaitedFor) {
+    make(bed_->directory());
+    const int holder = ::open(device_.c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
+    ASSERT_GE(holder, 0);
+    EXPECT_EQ(restoreIt().status, ZFI_ERR_BUSY);
+    EXPECT_FALSE(isRestored());
+    std::thread leaving([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        ::close(holder);
+    });
+    expectRestored(device_);
+    leaving.join();
 }
 
 TEST_F(LoopRestoreTest, WhatIsNotTheOriginAnyMoreIsRefused) {
@@ -240,6 +256,7 @@ TEST_F(LoopRestoreTest, WhatIsNotTheOriginAnyMoreIsRefused) {
 }
 
 TEST_F(LoopRestoreTest, WhatIsNotTheSnapshotAnyMoreIsRefused) {
+    LoopTestBed::enterPrivateMounts();
     make(bed_->directory());
     const std::string q = "'" + copy_ + "'";
     ASSERT_TRUE(run("mkfs.ext4 -q " + snapshot_ + " && mkdir " + point() + " && mount " + snapshot_ + " " + point()));
@@ -274,8 +291,8 @@ TEST_F(LoopRestoreTest, ARecordThatDoesNotTellIsRefused) {
 TEST_F(LoopRestoreTest, WithoutSpaceNothingIsChanged) {
     const std::string small = bed_->directory() + "/cloning";
     fs::create_directory(small);
-    ASSERT_EQ(::unshare(CLONE_NEWNS), 0);
-    ASSERT_TRUE(run("mount --make-rprivate / && mount -t tmpfs -o size=40m none " + small));
+    LoopTestBed::enterPrivateMounts();
+    ASSERT_TRUE(run("mount -t tmpfs -o size=40m none " + small));
     make(small);
     ASSERT_TRUE(run("fallocate -p -o 0 -l 6M '" + image_ + "'"));  // what the snapshot has is a hole now
     EXPECT_FALSE(run("cat /dev/zero > " + small + "/filler"));

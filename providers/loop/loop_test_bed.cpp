@@ -50,14 +50,18 @@ std::string LoopTestBed::missing() {
     return {};
 }
 
+void LoopTestBed::enterPrivateMounts() {
+    EXPECT_EQ(::unshare(CLONE_NEWNS), 0);
+    EXPECT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+}
+
 std::string LoopTestBed::mountCloning() {
     const std::string image = directory_ + "/cloning.img";
     const std::string point = directory_ + "/cloning";
     fs::create_directory(point);
     std::ofstream(image).close();
     fs::resize_file(image, std::uintmax_t{400} << 20);
-    EXPECT_EQ(::unshare(CLONE_NEWNS), 0);
-    EXPECT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+    enterPrivateMounts();
     EXPECT_TRUE(run("mkfs.xfs -q -m reflink=1 " + image + " && mount -o loop " + image + " " + point));
     return point;
 }

@@ -20,6 +20,10 @@ class LoopTestBed {
 
     const std::string& directory() const { return directory_; }
 
+    // What this process mounts from now on is in no other name space: one that a test beside us makes would have a copy
+    // of it, and keep the device in use after our unmount.
+    static void enterPrivateMounts();
+
     // Mounts an xfs that can clone and returns where. The caller's process gets its own mount namespace first.
     std::string mountCloning();
 

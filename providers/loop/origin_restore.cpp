@@ -7,13 +7,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 #include "device_users.h"
 #include "loop_attach.h"
 
 namespace loopfi {
 namespace {
+
+constexpr std::chrono::seconds kWaitForOthers{2};
+constexpr std::chrono::milliseconds kBetweenLooks{10};
 
 [[noreturn]] void refuse(const std::string& why) {
     throw std::runtime_error(why);
@@ -158,7 +163,9 @@ void OriginRestore::checkSpace() {
     }
 }
 
-// Held exclusively it cannot be mounted or become part of something else.
+// Held exclusively it cannot be mounted or become part of something else. An unmount is seen here before its file
+// system is gone: a mount name space that was made meanwhile and is about to end, or a path that is just being walked,
+// keeps it.
 Descriptor OriginRestore::takeDevice() const {
     struct stat node {};
     if (::stat(device_.c_str(), &node) == 0) {
@@ -166,11 +173,17 @@ Descriptor OriginRestore::takeDevice() const {
             refuseBusy("the origin " + device_ + " is mounted at " + point);
         }
     }
-    Descriptor device(::open(device_.c_str(), O_RDWR | O_EXCL | O_CLOEXEC));
-    if (!device) {
-        throwErrno("take the origin " + device_ + " for us alone");
+    const auto until = std::chrono::steady_clock::now() + kWaitForOthers;
+    for (;;) {
+        Descriptor device(::open(device_.c_str(), O_RDWR | O_EXCL | O_CLOEXEC));
+        if (device) {
+            return device;
+        }
+        if (errno != EBUSY || std::chrono::steady_clock::now() >= until) {
+            throwErrno("take the origin " + device_ + " for us alone");
+        }
+        std::this_thread::sleep_for(kBetweenLooks);
     }
-    return device;
 }
 
 void OriginRestore::run() {

@@ -27,7 +27,8 @@ class OriginRestore {
     // The origin's device, which may have another number than the recorded one. It keeps its number while this lives.
     const std::string& device() const { return device_; }
 
-    // Refused as well: a device that is mounted or otherwise held. Returns when all of it is on the disk.
+    // Refused as well: a device that is mounted, or held by somebody who does not let go within two seconds. Returns
+    // when all of it is on the disk.
     void run();
     // Whether `run` may have changed a byte.
     bool hasBegun() const { return hasBegun_; }
