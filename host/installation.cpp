@@ -5,13 +5,15 @@
 namespace tarnctl {
 
 std::vector<std::string> defaultProviderFolders() {
-    std::vector<std::string> folders;
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (!error) {
-        folders.push_back((program.parent_path().parent_path() / "lib").string());
+    if (error) {
+        return {};
     }
-    folders.emplace_back(TARNFI_PROVIDER_FOLDER);
+    std::vector<std::string> folders;
+    for (const char* folder : {"../lib", TARNFI_PROVIDER_FOLDER}) {
+        folders.push_back((program.parent_path() / folder).lexically_normal().string());
+    }
     return folders;
 }
 
