@@ -43,8 +43,8 @@ class Installation {
     std::optional<Catalog> catalog_;
 };
 
-// The folders searched when none are named, both seen from the program: its place in a build tree, then where the install
-// step puts providers.
+// The folders searched when none are named, both seen from the program: its place in a build tree, then where the
+// install step puts providers.
 std::vector<std::string> defaultProviderFolders();
 
 }  // namespace tarnctl
