@@ -1,11 +1,13 @@
 #include "host/catalog/catalog_file.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 
 #include "host/report/system_failure.h"
 
@@ -47,11 +49,50 @@ Status syncFolder(const std::string& folder) {
     return status;
 }
 
+bool mayDo(const fs::path& path, int what) {
+    return faccessat(AT_FDCWD, path.c_str(), what, AT_EACCESS) == 0;
+}
+
+// The first folder on the way that may not be looked into; what is not there is no folder.
+std::optional<fs::path> closedOnTheWayTo(const fs::path& folder) {
+    fs::path walked;
+    for (const fs::path& part : folder) {
+        walked /= part;
+        if (!mayDo(walked / ".", F_OK) && errno == EACCES) {  // of a file that is: "Not a directory"
+            return walked;
+        }
+    }
+    return std::nullopt;
+}
+
+Status notPermitted(const fs::path& folder, const std::string& what) {
+    return Failure{ExitCode::kFailed, std::string(kOperation), folder.native(),
+                   fmt::format("user {} may not {}", geteuid(), what)};
+}
+
 Status makeFolder(const fs::path& folder) {
+    if (const auto closed = closedOnTheWayTo(folder)) {
+        return notPermitted(*closed, "look into this folder");
+    }
     if (mkdir(folder.c_str(), S_IRWXU) == 0) {
         return syncFolder(folder.has_relative_path() ? folder.parent_path() : folder);
     }
-    return errno == EEXIST ? Status(Done{}) : systemRefused(folder, "cannot create the folder");
+    if (errno == EEXIST) {
+        return Done{};
+    }
+    return errno == EACCES ? notPermitted(folder.parent_path(), "make a folder in this one")
+                           : systemRefused(folder, "cannot create the folder");
+}
+
+// The file and, as long as it is open, two others beside it.
+Status checkRights(const fs::path& folder, const std::string& file) {
+    if (!mayDo(folder, W_OK) && errno == EACCES) {
+        return notPermitted(folder, "write to this folder");
+    }
+    if (!mayDo(file, R_OK | W_OK) && errno == EACCES) {
+        return notPermitted(file, "read and write this file");
+    }
+    return Done{};
 }
 
 Status makeFile(const std::string& file, const std::string& folder) {
@@ -82,6 +123,9 @@ Result<std::string> prepareCatalogFile(const std::string& file) {
         return status.failure();
     }
     const std::string real = folder / absolute.filename();
+    if (Status status = checkRights(folder, real); !status) {
+        return status.failure();
+    }
     if (Status status = makeFile(real, folder); !status) {
         return status.failure();
     }

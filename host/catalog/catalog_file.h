@@ -9,8 +9,9 @@ namespace tarnctl {
 
 // Creates the folder (0700; its parent must exist) and an empty file (0600) where they are missing, both synced to the
 // disk. Refuses (kUnsupported) a file that is no regular file, and a folder or file that belongs to neither us nor root
-// or that others may write to; kFailed where the system refuses. Answers the path with the folder's links resolved. An
-// existing file is never opened: closing it would drop the locks of another connection of this process.
+// or that others may write to; kFailed where the system refuses, naming the folder or file that is not open to us.
+// Answers the path with the folder's links resolved. An existing file is never opened: closing it would drop the locks
+// of another connection of this process.
 Result<std::string> prepareCatalogFile(const std::string& file);
 
 }  // namespace tarnctl

@@ -83,5 +83,51 @@ TEST(CatalogFile, aMissingParentIsAFailure) {
     EXPECT_NE(catalog.failure().cause.find("No such file"), std::string::npos);
 }
 
+TEST(CatalogFile, aFileOnTheWayIsAFailure) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.at("file")) << "content";
+    const Result<Catalog> catalog = Catalog::open(folder.at("file/a/catalog.db"));
+    ASSERT_FALSE(catalog);
+    EXPECT_NE(catalog.failure().cause.find("Not a directory"), std::string::npos) << catalog.failure().cause;
+}
+
+// Until it goes, the process has the rights of a user who owns nothing.
+class AsNobody {
+  public:
+    static constexpr uid_t kUser = 65534;
+    AsNobody() { EXPECT_EQ(seteuid(kUser), 0); }
+    AsNobody(const AsNobody&) = delete;
+    AsNobody& operator=(const AsNobody&) = delete;
+    ~AsNobody() { EXPECT_EQ(seteuid(0), 0); }
+};
+
+void expectNotPermitted(const std::string& file, const std::string& subject, const std::string& what) {
+    const AsNobody nobody;
+    const Result<Catalog> catalog = Catalog::open(file);
+    ASSERT_FALSE(catalog);
+    EXPECT_EQ(catalog.failure().code, ExitCode::kFailed);
+    EXPECT_EQ(catalog.failure().subject, subject);
+    EXPECT_EQ(catalog.failure().cause, "user 65534 may not " + what);
+}
+
+TEST(CatalogFile, whatIsNotPermittedIsNamed) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root: becomes another user";
+    }
+    const TemporaryFolder folder;
+    ASSERT_TRUE(Catalog::open(folder.at("own/catalog.db")));
+    for (const char* file : {"own/catalog.db", "own/deeper/catalog.db", "catalog.db", "none/catalog.db"}) {
+        expectNotPermitted(folder.at(file), folder.path(), "look into this folder");
+    }
+    ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
+    expectNotPermitted(folder.at("own/catalog.db"), folder.at("own"), "look into this folder");
+    expectNotPermitted(folder.at("none/catalog.db"), folder.path(), "make a folder in this one");
+    ASSERT_EQ(chmod(folder.at("own").c_str(), 0755), 0);
+    expectNotPermitted(folder.at("own/catalog.db"), folder.at("own"), "write to this folder");
+    EXPECT_TRUE(Catalog::open(folder.at("own/catalog.db")));
+    ASSERT_EQ(chown(folder.at("own").c_str(), AsNobody::kUser, 0), 0);
+    expectNotPermitted(folder.at("own/catalog.db"), folder.at("own/catalog.db"), "read and write this file");
+}
+
 }  // namespace
 }  // namespace tarnctl

@@ -1,11 +1,15 @@
 // probe PATH…: who claims a mount point, and what a snapshot of it would work with. Changes nothing.
 #include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "host/mounts/mount_table.h"
 #include "host/mounts/preflight.h"
 #include "host/provider/node.h"
 #include "host/road/write_through.h"
 #include "host/verbs/verb.h"
+#include "host/verbs/warnings.h"
 
 namespace tarnctl {
 namespace {
@@ -18,6 +22,7 @@ struct Probed {
     std::string options;
     std::string freezeMethod;    // the provider's, "ioctl": the host freezes by itself, or "none": it cannot be
     std::string volumeProvider;  // empty: nobody claims the device
+    std::vector<std::string> warnings;
 };
 
 Result<Probed> probe(Providers& providers, const MountTable& table, const std::string& given) {
@@ -26,7 +31,7 @@ Result<Probed> probe(Providers& providers, const MountTable& table, const std::s
     if (!entry) {
         return entry.failure();
     }
-    Probed probed{path, {}, entry->type, {}, entry->options, {}, {}};
+    Probed probed{path, {}, entry->type, {}, entry->options, {}, {}, {}};
     auto owner = claimant(providers, path);
     if (!owner) {
         return owner.failure();
@@ -53,6 +58,11 @@ Result<Probed> probe(Providers& providers, const MountTable& table, const std::s
         return volume.failure();
     }
     probed.volumeProvider = *volume == nullptr ? "" : (*volume)->name();
+    if (*volume == nullptr && ::access(probed.device.c_str(), R_OK) != 0 && errno == EACCES) {
+        probed.warnings.push_back(
+            fmt::format("user {} may not read {}: whether a volume provider would claim it is not known", ::geteuid(),
+                        probed.device));
+    }
     return probed;
 }
 
@@ -66,6 +76,7 @@ Json probedJson(const Probed& probed) {
     json["options"] = probed.options;
     json["freezeMethod"] = probed.freezeMethod;
     json["volumeProvider"] = probed.volumeProvider;
+    json["warnings"] = warningsJson(probed.warnings);
     return json;
 }
 
@@ -104,6 +115,7 @@ int probeAll(Installation& installation, const std::vector<std::string>& paths) 
         if (probed->provider.empty() && exitStatus == 0) {
             exitStatus = static_cast<int>(ExitCode::kUnsupported);
         }
+        printWarnings("probe", probed->path, probed->warnings);
         if (installation.settings().isJson) {
             all.push_back(probedJson(*probed));
         } else {

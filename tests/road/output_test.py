@@ -32,6 +32,19 @@ class OutputTest(RoadCase):
         self.assertEqual([path.get("ok", True) for path in answer.json["paths"]], [True, False])
         self.assertIs(answer.json["ok"], False)
 
+    def test_another_user_is_told_what_is_not_permitted(self):
+        disk = self.room.disk("xfs")
+        os.chmod(self.room.folder, 0o755)
+        nobody = {"user": 65534, "group": 65534, "extra_groups": []}
+        answer = self.tarnctl.json("snapshot", disk.point, **nobody)
+        self.assert_code(answer, 1, "user 65534 may not look into this folder")
+        self.assertEqual(answer.json["subject"], os.path.dirname(self.tarnctl.catalog))
+        (found,) = self.tarnctl.json("probe", disk.point, **nobody).json["paths"]
+        self.assertEqual(found["volumeProvider"], "")
+        self.assertIn(f"user 65534 may not read {disk.device}", found["warnings"][0])
+        (found,) = self.tarnctl.json("probe", disk.point).json["paths"]
+        self.assertEqual((found["volumeProvider"], found["warnings"]), ("loopfi", []))
+
     def test_snapshot_and_show_agree(self):
         disk = self.room.disk("xfs")
         made = self.snapshot(disk)
