@@ -1,10 +1,12 @@
 #include "host/device/online_device.h"
 
 #include <fmt/format.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -26,7 +28,9 @@ namespace {
 Failure mountFailure(Provider& provider, const CallOutcome& outcome, const BlockDevice& device,
                      const std::string& mountPoint, const std::string& how) {
     Failure failure = failureOf(provider, outcome, "bring on line", device.path);
-    failure.cause += fmt::format(": mount \"{}\" at \"{}\" {}", device.path, mountPoint, how);
+    failure.cause += ::access(mountPoint.c_str(), F_OK) == 0
+                         ? fmt::format(": mount \"{}\" at \"{}\" {}", device.path, mountPoint, how)
+                         : fmt::format(": \"{}\" could not be made", mountPoint);
     for (std::size_t i = outcome.messages.size(); i-- > 0;) {
         const std::vector<std::string>& arguments = outcome.messages[i].arguments;
         if (std::any_of(arguments.begin(), arguments.end(), [](const std::string& text) { return text.empty(); })) {
@@ -53,6 +57,14 @@ void freePaths(char** paths, int count) {
 }  // namespace
 
 Result<Onlined> OnlineDevice::online(const OnlineRequest& request) {
+    Result<Onlined> onlined = bring(request);
+    if (placeLock_) {
+        placeLock_->discard();
+    }
+    return onlined;
+}
+
+Result<Onlined> OnlineDevice::bring(const OnlineRequest& request) {
     if (Status checked = check(request); !checked) {
         return checked.failure();
     }
@@ -67,13 +79,26 @@ Result<Onlined> OnlineDevice::online(const OnlineRequest& request) {
     if (mounted) {
         mounted = prove();
     }
+    if (mounted) {
+        mounted = refuseWhenInterrupted("bring on line", device_.path);
+    }
     if (!mounted) {
-        if (!placeExisted_) {
-            ::rmdir(mountPoint_.c_str());  // fails where it is mounted on: then it stays
-        }
+        takeBack(mounted.failure());
         return mounted.failure();
     }
     return onlined_;
+}
+
+// Nothing was mounted there before, and nobody else of us mounts there meanwhile.
+void OnlineDevice::takeBack(Failure& cause) {
+    const auto table = MountTable::read();
+    if (table && mountThere(*table) != nullptr && ::umount2(mountPoint_.c_str(), UMOUNT_NOFOLLOW) != 0) {
+        cause.undoing.push_back(
+            systemFailure(ExitCode::kFailed, "unmount", mountPoint_, "it was mounted all the same", errno));
+    }
+    if (!placeExisted_) {
+        ::rmdir(mountPoint_.c_str());  // fails where it is mounted on: then it stays
+    }
 }
 
 Status OnlineDevice::check(const OnlineRequest& request) {
@@ -94,6 +119,11 @@ Status OnlineDevice::check(const OnlineRequest& request) {
         return lock.failure();
     }
     lock_ = std::move(*lock);
+    auto placeLock = FsLock::takeForPlace(mountPoint_);
+    if (!placeLock) {
+        return placeLock.failure();
+    }
+    placeLock_ = std::move(*placeLock);
     auto table = MountTable::read();
     if (!table) {
         return table.failure();

@@ -38,10 +38,12 @@ class OnlineDevice {
 
     // Mounts it, unless it is mounted exactly there. Checks first that it is nobody's, no snapshot's copy, and holds
     // one file system. With options that were given, or none at all, a mount that fails is tried once more after fsck
-    // -y; with recorded options it is not. After a failure a mount point that was made for it is gone again.
+    // -y; with recorded options it is not. After a failure or an interruption it is not mounted, and a mount point that
+    // was made for it is gone again; what that failed on is in the failure's `undoing`.
     Result<Onlined> online(const OnlineRequest& request);
 
   private:
+    Result<Onlined> bring(const OnlineRequest& request);
     Status check(const OnlineRequest& request);
     Status checkContent();
     Status checkPlace(const MountTable& table);
@@ -49,12 +51,14 @@ class OnlineDevice {
     Status mountAsRecorded();
     Status mountOrRepair(const std::string& options);
     Status prove();
+    void takeBack(Failure& cause);
     const MountEntry* mountThere(const MountTable& table) const;
 
     Providers& providers_;
     const Catalog& catalog_;
     BlockDevice device_;
     std::optional<FsLock> lock_;
+    std::optional<FsLock> placeLock_;
     std::string mountPoint_;
     bool placeExisted_ = false;
     std::unique_ptr<Node> recorded_;  // null: nothing is recorded of it

@@ -1,12 +1,14 @@
 #include "host/mounts/fs_lock.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <functional>
 #include <utility>
 
 #include "host/mounts/mount_table.h"
@@ -49,15 +51,23 @@ Result<FsLock> FsLock::take(dev_t fileSystem, const std::string& subject, const 
     return takeFile(folder + "/" + deviceNumberText(fileSystem) + ".lock", subject);
 }
 
-// A file that was discarded between our opening and locking it is nobody's lock any more.
 Result<FsLock> FsLock::takeForSnapshot(const std::string& snapshotId, const std::string& folder) {
-    if (Status status = checkFolder(folder, snapshotId); !status) {
+    return takeNamed(snapshotId, snapshotId, folder);
+}
+
+Result<FsLock> FsLock::takeForPlace(const std::string& mountPoint, const std::string& folder) {
+    return takeNamed(fmt::format("at-{:016x}", std::hash<std::string>()(mountPoint)), mountPoint, folder);
+}
+
+// A file that was discarded between our opening and locking it is nobody's lock any more.
+Result<FsLock> FsLock::takeNamed(const std::string& name, const std::string& subject, const std::string& folder) {
+    if (Status status = checkFolder(folder, subject); !status) {
         return status.failure();
     }
-    const std::string file = folder + "/" + snapshotId + ".lock";
-    Result<FsLock> lock = takeFile(file, snapshotId);
+    const std::string file = folder + "/" + name + ".lock";
+    Result<FsLock> lock = takeFile(file, subject);
     while (lock && !lock->isAtItsName()) {
-        lock = takeFile(file, snapshotId);
+        lock = takeFile(file, subject);
     }
     return lock;
 }

@@ -29,6 +29,8 @@ class FsLock {
     // The same for a snapshot: whoever mounts, unmounts, exports or deletes it. snapshotId: in the form of such an id.
     static Result<FsLock> takeForSnapshot(const std::string& snapshotId,
                                           const std::string& folder = kDefaultLockFolder);
+    // The same for a mount point where nothing is mounted yet. Two names may, very rarely, share one lock.
+    static Result<FsLock> takeForPlace(const std::string& mountPoint, const std::string& folder = kDefaultLockFolder);
     // Removes the lock's file, when nobody will need it again. The lock is held on.
     void discard();
 
@@ -43,6 +45,7 @@ class FsLock {
 
   private:
     FsLock(int descriptor, std::string file) : descriptor_(descriptor), file_(std::move(file)) {}
+    static Result<FsLock> takeNamed(const std::string& name, const std::string& subject, const std::string& folder);
     static Result<FsLock> takeFile(const std::string& file, const std::string& subject);
     bool isAtItsName() const;
 

@@ -1,5 +1,6 @@
 """online: a device that nobody uses is mounted, with the options that it had, and repaired when it must be."""
 import os
+import signal
 import subprocess
 
 import kernel
@@ -122,3 +123,42 @@ class OnlineTest(DeviceCase):
         other = self.attach(self.image)
         self.also_there = {f"attached: {other} over {self.image}"}
         self.refuse(BUSY, "is shown by")
+
+    def test_options_that_mount_something_else(self):
+        self.make("ext3")
+        for options in ("loop", "ro,offset=4096", "bind", "remount", "X-mount.subdir=lost+found"):
+            self.refuse(USAGE, "something else than this device", words=("--options", options))
+
+    def test_a_mount_point_that_cannot_be_made(self):
+        self.make("ext3")
+        self.refuse(FAILED, '"/proc/tarnfi-test" could not be made', point="/proc/tarnfi-test")
+
+    def test_an_interruption_takes_the_mount_back(self):
+        self.make("ext3")
+        for number in (signal.SIGINT, signal.SIGTERM):
+            process, go_on = self.start_paused("spawn:/bin/mount:1", "--json", "online", self.device, self.point)
+            os.killpg(process.pid, number)
+            answer = go_on()
+            self.assert_code(answer, FAILED, "interrupted by")
+            self.assertEqual((answer.json["undoing"], self.left_by_product()), ([], []))
+            self.assertFalse(os.path.exists(self.point))
+        self.online()
+        self.offline()
+
+    def test_two_at_one_mount_point(self):
+        self.make("ext3")
+        image = self.room.at("other.img")
+        with open(image, "xb") as file:
+            file.truncate(8 << 20)
+        subprocess.run([*scratch.MKFS["ext2"], image], check=True)
+        other = self.attach(image)
+        self.also_there = {f"mounted: {self.point}", f"attached: {other} over {image}"}
+        _, go_on = self.start_paused("spawn:/bin/mount:1", "online", self.device, self.point)
+        answer = self.tarnctl.json("online", other, self.point)
+        self.assert_code(answer, BUSY, "another tarnctl works on it")
+        self.assert_code(go_on(), 0)
+        (mount,) = kernel.mounts(below=self.point)
+        self.assertEqual(mount.source, self.device)
+        self.assert_code(self.tarnctl.json("online", other, self.point), BUSY, "is a mount point already")
+        kernel.umount(self.point)
+        self.also_there = {f"attached: {other} over {image}"}
