@@ -18,6 +18,18 @@ TEST(MkfsOptions, NeverNameAnotherDeviceOrFile) {
     }
 }
 
+TEST(MkfsOptions, NameNoSecondDeviceWithoutSlash) {
+    for (const char* text : {"-l logdev=swapfile", "-b size=4096 -r rtdev=x", "-d file,name=x", "-J device=LABEL=x",
+                             "-J size=4,device=x", "-j x", "-jx", "--journal-device x", "--jour x", "-z x", "-zx"}) {
+        const auto refused = mkfsOptions({text});
+        ASSERT_FALSE(refused) << text;
+        EXPECT_EQ(refused.failure().code, ExitCode::kUsage);
+        EXPECT_NE(refused.failure().cause.find("another device"), std::string::npos) << refused.failure().cause;
+    }
+    EXPECT_TRUE(mkfsOptions({"-j -J size=4"}));
+    EXPECT_TRUE(mkfsOptions({"-L device", "-d su=4k,sw=2", "-j"}));
+}
+
 TEST(MkfsOptions, AreNoOperands) {
     EXPECT_FALSE(mkfsOptions({"sdb1"}));
     EXPECT_FALSE(mkfsOptions({"  sdb1"}));
@@ -38,6 +50,16 @@ TEST(MountOptions, AreOneTextWithoutBlanks) {
         ASSERT_FALSE(refused) << text;
         EXPECT_EQ(refused.failure().code, ExitCode::kUsage);
     }
+}
+
+TEST(MountOptions, MountThisDeviceAndAllOfIt) {
+    for (const char* text : {"loop", "ro,loop=x", "offset=512", "rw,sizelimit=9", "bind", "rbind", "move", "remount,ro",
+                             "X-mount.subdir=a"}) {
+        const auto refused = mountOptions(text);
+        ASSERT_FALSE(refused) << text;
+        EXPECT_EQ(refused.failure().code, ExitCode::kUsage);
+    }
+    EXPECT_TRUE(mountOptions("ro,noload,data=ordered,logbufs=8"));
 }
 
 TEST(OptionText, IsEscapedAndEmptyForNothing) {

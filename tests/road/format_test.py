@@ -1,12 +1,13 @@
 """format: a file system on a device that is nobody's; everything else is refused before a byte of it has changed."""
 import hashlib
 import os
+import signal
 import struct
 import subprocess
 
 import kernel
 from device_case import DeviceCase
-from road_case import read, write
+from road_case import write
 
 FAILED, USAGE, NOT_FOUND, BUSY, UNSUPPORTED = 1, 2, 4, 5, 6
 
@@ -28,9 +29,13 @@ class FormatTest(DeviceCase):
                               stdout=subprocess.PIPE).stdout.strip()
 
     def refuse(self, code, *parts, words=("--type", "xfs"), device=None):
-        before = hashlib.sha256(read(self.image)[:1 << 20]).digest()
+        before = self.beginning()
         self.assert_refused(None, code, *parts, words=["format", device or self.device, *words])
-        self.assertEqual(hashlib.sha256(read(self.image)[:1 << 20]).digest(), before, "the refused device was written")
+        self.assertEqual(self.beginning(), before, "the refused device was written")
+
+    def beginning(self):
+        with open(self.image, "rb") as file:
+            return hashlib.sha256(file.read(1 << 20)).digest()
 
     # -- what it makes -------------------------------------------------------------------------------------------
 
@@ -55,7 +60,8 @@ class FormatTest(DeviceCase):
             self.assertEqual(os.statvfs(point).f_bsize, 1024)
 
     def test_options_that_could_reach_another_device_are_refused(self):
-        for option, why in (("-l logdev=/dev/sdz", 'a "/"'), ("sdz", 'begin with "-"'), ("-L \xe4", "ASCII")):
+        for option, why in (("-l logdev=/dev/sdz", 'a "/"'), ("-l logdev=sdz", "names another device"),
+                            ("-J device=LABEL=x", "names another device"), ("sdz", 'begin with "-"'), ("-L \xe4", "ASCII")):
             self.refuse(USAGE, why, words=("--type", "xfs", "--option", option))
 
     def test_mkfs_that_fails_or_does_nothing_is_no_success(self):
@@ -66,6 +72,15 @@ class FormatTest(DeviceCase):
         self.assert_code(self.format("--type", "ext3", "--force", "--option=-n"), FAILED, "the device holds ext2")
         wiped = self.tarnctl.json("format", self.device, "--type", "ext3", "--force")
         self.assert_code(wiped, 0)
+
+    def test_an_interruption_waits_for_the_end_and_a_second_one_is_refused(self):
+        process, go_on = self.start_paused("spawn:/sbin/mkfs:1", "--json", "format", self.device, "--type", "ext2")
+        self.assert_code(self.format("--type", "xfs"), BUSY, f"another tarnctl works on it: process {process.pid}")
+        os.killpg(process.pid, signal.SIGINT)
+        answer = go_on()
+        self.assert_code(answer, 0)
+        self.assertEqual((answer.json["warnings"], self.left_by_product()), ([], []))
+        self.assertEqual(self.blkid("UUID"), answer.json["uuid"])
 
     # -- what it refuses -----------------------------------------------------------------------------------------
 
