@@ -73,7 +73,13 @@ Status writeThrough(Node& fileSystem, const SyncUndo& undo) {
     CallOutcome outcome =
         provider.call([&](const EntryPoints& entry) { return entry.cache_disable(fileSystem.record()); });
     if (!outcome.isOk()) {
-        return failureOf(provider, outcome, "switch write caching off", undo.mountPoint);
+        Failure failure = failureOf(provider, outcome, "switch write caching off", undo.mountPoint);
+        if (std::any_of(outcome.traceLines.begin(), outcome.traceLines.end(),
+                        [](const std::string& line) { return line.find("busy") != std::string::npos; })) {
+            failure.code = ExitCode::kBusy;  // asking the kernel which it is would freeze it, without a guard
+            failure.cause += "; it is busy, as it is when somebody else has frozen it";
+        }
+        return failure;
     }
     auto now = optionsNow(undo);
     if (!now) {

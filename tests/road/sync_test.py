@@ -1,11 +1,12 @@
 """snapshot --sync: the origin is mounted with sync while its snapshot is made, and exactly as before afterwards."""
 import contextlib
+import errno
 import os
 
 import kernel
 from road_case import RoadCase, read, write
 
-FAILED = 1
+FAILED, BUSY = 1, 5
 _FREEZE_CALL = "ioctl:c0045877:1"
 _MOUNT = "/bin/mount"
 
@@ -106,6 +107,19 @@ class SyncTest(RoadCase):
         with self.instead("/usr/sbin/xfs_freeze", script):
             answer = self.tarnctl.json("snapshot", "--sync", disk.point)
         self.assert_code(answer, FAILED, "no freeze")
+        self.assertEqual((answer.json["undoing"], self.left_by_product(), self.known()), ([], [], []))
+        self.assertEqual(self.options(disk), before)
+
+    def test_what_somebody_else_has_frozen_is_told_and_stays_so(self):
+        disk = self.room.disk("xfs")
+        before = self.options(disk)
+        self.assertEqual(kernel.freeze(disk.point), 0)
+        try:
+            answer = self.tarnctl.json("snapshot", "--sync", disk.point)
+            self.assert_code(answer, BUSY, "somebody else has frozen it")
+            self.assertEqual(kernel.freeze(disk.point), errno.EBUSY, "it was thawed")
+        finally:
+            self.assertEqual(kernel.thaw(disk.point), 0)
         self.assertEqual((answer.json["undoing"], self.left_by_product(), self.known()), ([], [], []))
         self.assertEqual(self.options(disk), before)
 
