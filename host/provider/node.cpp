@@ -89,6 +89,23 @@ void Node::joinSession(const std::string& sessionId, int freezeBudgetMs) {
     split_.freezeBudgetMs = freezeBudgetMs;
 }
 
+Result<znfi_objid*> Node::makeSnapshot() {
+    znfi_objid** ids = nullptr;
+    int count = 0;
+    CallOutcome outcome = provider_.call(
+        [&](const EntryPoints& entry) { return entry.make(&split_, sessionId_.data(), nullptr, 0, &ids, &count); });
+    znfi_objid* const made = outcome.isOk() && ids != nullptr && count == 1 ? ids[0] : nullptr;
+    znfi_free_buf(ids, static_cast<size_t>(count > 0 ? count : 0) * sizeof(znfi_objid*));
+    if (!outcome.isOk()) {
+        return failureOf(provider_, outcome, "make the snapshot", name_);
+    }
+    if (made == nullptr) {
+        return Failure{ExitCode::kFailed, "make the snapshot", name_,
+                       provider_.name() + " reported success but named no snapshot"};
+    }
+    return made;
+}
+
 Result<std::string> Node::state() {
     zfi_blob blob{};
     CallOutcome outcome = provider_.call(

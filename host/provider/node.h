@@ -39,6 +39,10 @@ class Node {
     // The session that splits this node, and the milliseconds it may take in the window.
     void joinSession(const std::string& sessionId, int freezeBudgetMs);
 
+    // Makes the node's snapshot in its session. Interned like every object id. kFailed also where the provider reports
+    // success and names none: it could not be reached.
+    Result<znfi_objid*> makeSnapshot();
+
     // The provider's state of the node, for the catalog.
     Result<std::string> state();
     Status restoreState(const std::string& blob);

@@ -28,6 +28,14 @@ Result<std::string> recordedState(const Catalog& catalog, const std::string& sna
     return found->blob->bytes.substr(0, found->blob->bytes.find('\0'));
 }
 
+Status keepState(Catalog& catalog, std::int64_t row, Node& node) {
+    auto state = node.state();
+    if (!state) {
+        return state.failure();
+    }
+    return catalog.writeBlob(row, {*state + '\0', ZFI_BLOB_TEXT});
+}
+
 Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Catalog& catalog,
                                            const std::string& snapshotId, NodeRole role) {
     if (auto known = catalog.snapshot(snapshotId); !known) {

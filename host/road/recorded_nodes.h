@@ -1,6 +1,7 @@
 // The nodes of a snapshot as the catalog recorded them, in a process that need not be the one that made it.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -17,6 +18,9 @@ Result<Provider*> providerNamed(const Providers& providers, const std::string& n
 // The state that the provider of the newest node in this role gave, without its terminator; kNotFound when there is
 // none.
 Result<std::string> recordedState(const Catalog& catalog, const std::string& snapshotId, NodeRole role);
+
+// Asks the provider for the node's state and writes it into its row.
+Status keepState(Catalog& catalog, std::int64_t row, Node& node);
 
 // The newest node that the snapshot has in this role, with its provider's state from the catalog. It is not initialised
 // by looking at the machine: what it knows is what was recorded. A node that was recorded without a state comes back
