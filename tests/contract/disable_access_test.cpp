@@ -145,6 +145,14 @@ const Row kDisable[] = {
      .trace = disables({busy(kBusyText), error("CTARNPlugin::disableAccess: error from unmountDevice().")}),
      .commands = {kUmountCommand},
      .after = offlineAre({false, false})},
+    {.name = "no_other_flag_forces",
+     .host = {.mountTable = kTable, .answers = {kBusy}},
+     .before = oneNode,
+     .call = [](Bed& bed) { return disable(bed, ~kForce); },
+     .status = ZFI_ERR_BUSY,
+     .trace = disables({busy(kBusyText), error("CTARNPlugin::disableAccess: error from unmountDevice().")}),
+     .commands = {kUmountCommand},
+     .after = offlineAre({false})},
     {.name = "busy_in_any_line_of_the_output_counts",
      .host = {.mountTable = kTable,
               .answers = {{.command = "umount", .exitStatus = 32, .prints = "first\nis busy now\nlast\n"}}},
@@ -328,6 +336,18 @@ const Row kDisable[] = {
      .call = disableIt,
      .status = ZFI_ERR_INVALID_ARGUMENT,
      .trace = disables(error("Invalid node data. Disable access attempt failed."))},
+    {.name = "a_later_entry_without_node_ends_it_after_those_before",
+     .host = {.mountTable = kTable},
+     .before =
+         [](Bed& bed) {
+             twoNodes(bed);
+             bed.accessList.back().node = nullptr;
+         },
+     .call = disableIt,
+     .status = ZFI_ERR_INVALID_ARGUMENT,
+     .trace = disables(unmounts("/data")),
+     .commands = {kUmountCommand},
+     .after = [](Bed& bed) { EXPECT_EQ(bed.accessList.front().node->state, ZFI_STATE_OFFLINE); }},
 };
 CONTRACT_TABLE(DisableAccess, kDisable);
 

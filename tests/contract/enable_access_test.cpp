@@ -90,6 +90,9 @@ const Row kEnable[] = {
     nfs("nfs_version_4_is_a_type_and_no_option", "nfs4", "4", "rw,hard", " rw,hard",
         "/bin/mount  -t nfs4  -o  rw,hard \"server:/export\" \"/data\"",
         {"/bin/mount", "-t", "nfs4", "-o", "rw,hard", "server:/export", "/data"}),
+    nfs("a_version_that_only_begins_with_4_is_an_option", "nfs4", "4.1", "rw", " rw",
+        "/bin/mount  -o  rw,vers=4.1 \"server:/export\" \"/data\"",
+        {"/bin/mount", "-o", "rw,vers=4.1", "server:/export", "/data"}),
     nfs("an_empty_nfs_version_gives_a_bare_vers", "nfs", "", "rw", " rw",
         "/bin/mount  -o  rw,vers= \"server:/export\" \"/data\"",
         {"/bin/mount", "-o", "rw,vers=", "server:/export", "/data"}),
@@ -100,6 +103,13 @@ const Row kEnable[] = {
      .call = [](Bed& bed) { return bed.call().enable_access(&bed.accessList.front(), 0, 0, 1); },
      .trace = enables({}),
      .after = offlineAre({true})},
+    {.name = "flags_and_the_other_bits_of_options_do_not_matter",
+     .before = offline({.device = "/dev/sdb1", .type = "ext3", .options = "rw"}, "/dev/sdb1"),
+     .call = [](Bed& bed) { return bed.call().enable_access(&bed.accessList.front(), -1, -1, ~1); },
+     .trace = enables({notMounted("/dev/sdb1"), makesPoint("/data"),
+                       progress("Command : /bin/mount  -o rw \"/dev/sdb1\" \"/data\"")}),
+     .commands = {kMkdir, {"/bin/mount", "-o", "rw", "/dev/sdb1", "/data"}},
+     .after = offlineAre({false})},
     {.name = "bit_0_of_options_comes_before_the_null_list",
      .call = [](Bed& bed) { return bed.call().enable_access(nullptr, 0, 0, 3); },
      .trace = enables({})},
@@ -222,6 +232,18 @@ const Row kEnable[] = {
      .call = enable,
      .status = ZFI_ERR_INVALID_ARGUMENT,
      .trace = enables(error("Invalid node data. Enable access attempt failed."))},
+    {.name = "a_later_entry_without_node_ends_it_after_those_before",
+     .before =
+         [](Bed& bed) {
+             twoOffline(bed);
+             bed.accessList.back().node = nullptr;
+         },
+     .call = enable,
+     .status = ZFI_ERR_INVALID_ARGUMENT,
+     .trace = enables({notMounted("/dev/sdb1"), makesPoint("/data"),
+                       progress("Command : /bin/mount  -o rw \"/dev/sdb1\" \"/data\"")}),
+     .commands = {kMkdir, {"/bin/mount", "-o", "rw", "/dev/sdb1", "/data"}},
+     .after = [](Bed& bed) { EXPECT_EQ(bed.accessList.front().node->state, 0U); }},
 };
 CONTRACT_TABLE(EnableAccess, kEnable);
 
@@ -271,6 +293,14 @@ const Row kOnline[] = {
      .call = enable,
      .trace = enables({kTriesAny, initialises("ext3")}),
      .commands = {kMkdir, kFirstCommand, kSecondCommand},
+     .after = offlineAre({false})},
+    {.name = "a_node_that_cannot_be_initialised_then_is_online_all_the_same",
+     .before = unknownNode,
+     .call = enable,
+     .trace = enables({kTriesXfs, method("initNode", {error("tarn_get_mntent_value: device [/data] is not mounted"),
+                                                      error("CTARNPlugin::initNode: mount point entry lookup "
+                                                            "failed.")})}),
+     .commands = {kMkdir, kFirstCommand},
      .after = offlineAre({false})},
     {.name = "both_tries_fail",
      .host = {.answers = {{.command = "mount", .nth = 1, .exitStatus = 32, .prints = "first\n"},

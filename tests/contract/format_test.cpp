@@ -161,6 +161,29 @@ const Row kFormat[] = {
              return all;
          },
      .after = [](Bed&) { EXPECT_EQ(directoriesRemoved(), (std::vector<std::string>{testMountPoint()})); }},
+    {.name = "a_device_with_a_blank_is_split_by_mkfs_and_quoted_by_the_test_mount",
+     .call =
+         [](Bed& bed) {
+             char* devices[] = {bed.text("/dev/my disk")};
+             return bed.call().format(devices, 1, nullptr, bed.text("xfs"), nullptr, 1, nullptr, nullptr);
+         },
+     .traceNow =
+         [] {
+             const std::string place = testMountPoint();
+             return formats({progress("TARN::format - type = xfs"),
+                             progress("TARN::format - mkfs command = /sbin/mkfs -t  xfs -f /dev/my disk"),
+                             method("getTime"), primitive("createMntPoint", "/bin/mkdir -p  \"" + place + "\""),
+                             primitive("mount", "/bin/mount  -o rw \"/dev/my disk\" \"" + place + "\""),
+                             primitive("umount", "/bin/umount  \"" + place + "\"")});
+         },
+     .commandsNow =
+         [] {
+             const std::string place = testMountPoint();
+             return Commands{{"/sbin/mkfs", "-t", "xfs", "-f", "/dev/my", "disk"},
+                             {"/bin/mkdir", "-p", place},
+                             {"/bin/mount", "-o", "rw", "/dev/my disk", place},
+                             {"/bin/umount", place}};
+         }},
     {.name = "no_devices_are_refused",
      .call =
          [](Bed& bed) { return bed.call().format(nullptr, 1, nullptr, bed.text("xfs"), nullptr, 1, nullptr, nullptr); },

@@ -63,6 +63,21 @@ Row nfs(const char* name, const std::string& type, const std::string& procOption
                            {"server:/export"})};
 }
 
+// A mount point whose version line does not fit into a kilobyte.
+const std::string kLongName = "/" + std::string(1100, 'n');
+const std::string kLongLine = "server:/export " + kLongName + " nfs rw,vers=3 0 0\n";
+
+// What an earlier life of the node may have left in the fields that are cleared first.
+void soil(Bed& bed) {
+    static zfi_quiescenode earlier{};
+    static char name[] = "earlier";
+    Node& node = bed.node("/data");
+    node->displayName = name;
+    node->quiesce = &earlier;
+    node->quiesceNext = &earlier;
+    node->characteristics = 0xffffffffU;
+}
+
 const Row kInitNode[] = {
     localType("xfs_is_frozen_by_xfs_freeze", "xfs", "xfs_freeze"),
     localType("ufs_names_lockfs", "ufs", "ufs_lockfs"),
@@ -90,6 +105,22 @@ const Row kInitNode[] = {
      .call = [](Bed& bed) { return initNode(bed, "/nfs"); },
      .trace = initNodes({found("server:/export", "nfs", "rw"), error("Inside getnfsvers"), method("setFsVersion")}),
      .after = holds({.device = "server:/export", .type = "nfs", .version = "0", .options = "rw"}, nullptr,
+                    {"server:/export"})},
+    {.name = "nfs_while_proc_mounts_cannot_be_opened",
+     .host = {.mountTable = "server:/export /nfs nfs rw 0 0\n",
+              .procMounts = "server:/export /nfs nfs rw,vers=3 0 0\n"},
+     .faults = {.noKernelTable = true},
+     .call = [](Bed& bed) { return initNode(bed, "/nfs"); },
+     .trace = initNodes({found("server:/export", "nfs", "rw"), error("Inside getnfsvers"), method("setFsVersion")}),
+     .after = holds({.device = "server:/export", .type = "nfs", .version = "0", .options = "rw"}, nullptr,
+                    {"server:/export"})},
+    {.name = "the_line_of_an_nfs_version_is_cut_to_a_kilobyte",
+     .host = {.mountTable = kLongLine, .procMounts = kLongLine},
+     .call = [](Bed& bed) { return initNode(bed, kLongName.c_str()); },
+     .trace =
+         initNodes({found("server:/export", "nfs", "rw,vers=3"), error("Inside getnfsvers"),
+                    progress(("getnfsvers: " + kLongName + " nfsversion=3").substr(0, 1023)), method("setFsVersion")}),
+     .after = holds({.device = "server:/export", .type = "nfs", .version = "3", .options = "rw,vers=3"}, nullptr,
                     {"server:/export"})},
     {.name = "a_mount_point_with_a_trailing_slash_does_not_match",
      .host = {.mountTable = "/dev/sdb1 /data xfs rw 0 0\n"},
@@ -178,9 +209,16 @@ const Row kInitNode[] = {
      .call = [](Bed& bed) { return bed.call().init_node(theNode(bed), nullptr, 0, nullptr); },
      .trace = initNodes(found("/dev/sdc1", "ext3", "ro")),
      .after = holds({.device = "/dev/sdc1", .type = "ext3", .options = "ro"}, nullptr, {"/dev/sdb1"})},
-    {.name = "the_characteristics_are_written_whole",
+    {.name = "what_the_node_held_is_cleared_before_the_look_up",
+     .before = soil,
+     .call = [](Bed& bed) { return bed.call().init_node(theNode(bed), nullptr, 0, nullptr); },
+     .status = ZFI_ERR_NOT_MOUNTED,
+     .trace = initNodes({error("tarn_get_mntent_value: device [/data] is not mounted"),
+                         error("CTARNPlugin::initNode: mount point entry lookup failed.")}),
+     .after = holds({}, nullptr, {})},
+    {.name = "what_the_node_held_is_written_whole",
      .host = {.mountTable = "/dev/sdb1 /data ext3 rw 0 0\n"},
-     .before = [](Bed& bed) { bed.node("/data")->characteristics = 0xffffffffU; },
+     .before = soil,
      .call = [](Bed& bed) { return bed.call().init_node(theNode(bed), nullptr, 0, nullptr); },
      .trace = initNodes(found("/dev/sdb1", "ext3", "rw")),
      .after = holds({.device = "/dev/sdb1", .type = "ext3", .options = "rw"}, nullptr, {"/dev/sdb1"})},

@@ -2,6 +2,7 @@
 #include <dirent.h>
 
 #include <fstream>
+#include <set>
 #include <string>
 
 #include "bed/bed.h"
@@ -124,6 +125,20 @@ TEST(Load, init_writes_the_version_and_traces_the_methods_scope_only) {
     EXPECT_EQ(takeTrace().render(), method("init").render());
     EXPECT_EQ(version.major, 7);
     EXPECT_EQ(version.minor + version.update + version.build, 0);
+}
+
+TEST(Load, trace_lines_carry_the_plug_ins_name) {
+    if (!reasonToSkip().empty()) {
+        GTEST_SKIP() << reasonToSkip();
+    }
+    Bed bed;
+    std::set<std::string> names;
+    znfi_trace_sink([](void* kept, int, const char* plugin,
+                       const char*) { static_cast<std::set<std::string>*>(kept)->emplace(plugin); },
+                    &names);
+    bed.call().supports_fitype(nullptr, nullptr);
+    znfi_trace_sink(nullptr, nullptr);
+    EXPECT_EQ(names, (std::set<std::string>{"tarnfi"}));
 }
 
 TEST(Load, a_second_init_replaces_the_private_data_factory) {

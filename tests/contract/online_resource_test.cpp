@@ -281,6 +281,20 @@ const Row kOnline[] = {
           error("CTARNPlugin::onlineResource: error from CTARNPlugin::createPathAndAllocBuffer")}),
      .commands = {kMkdirCommand, kMountCommand},
      .after = handsBackNoPath},
+    {.name = "no_device_is_refused",
+     .call =
+         [](Bed& bed) {
+             char* none[] = {nullptr};
+             const auto onlineNone = [&bed](char** devices) {
+                 return bed.call().online_resource(devices, 1, bed.text(kPlace), nullptr, bed.text("<"), nullptr, 0,
+                                                   &bed.outPaths, &bed.outInt);
+             };
+             EXPECT_EQ(onlineNone(none), ZFI_ERR_INVALID_ARGUMENT);
+             return onlineNone(nullptr);
+         },
+     .status = ZFI_ERR_INVALID_ARGUMENT,
+     .trace = {onlinesResource({}), onlinesResource({})},
+     .after = handsBackNoPath},
     {.name = "null_out_pointers_are_refused",
      .call =
          [](Bed& bed) {

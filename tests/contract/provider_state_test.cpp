@@ -1,4 +1,6 @@
 // What the provider is, and a node's state in and out of the framework's keeping.
+#include <cstring>
+
 #include "bed/row.h"
 
 namespace {
@@ -115,6 +117,27 @@ const Row kState_[] = {
              EXPECT_EQ(bed.blob.data, nullptr);
              EXPECT_EQ(bed.blob.length, 77U) << "a blob that cannot be filled is left alone";
              keepsState(bed);
+         }},
+    {.name = "what_the_blob_held_before_is_the_frameworks",
+     .before = [](Bed& bed) { bed.restored("/data", kState); },
+     .call =
+         [](Bed& bed) {
+             auto* old = static_cast<char*>(znfi_alloc_buf(sizeof "old"));
+             std::strcpy(old, "old");
+             bed.blob = {sizeof "old", old, 2, 0};
+             const int status = process(bed, ZFI_STATE_SAVE, &bed.blob);
+             EXPECT_NE(bed.blob.data, old);
+             EXPECT_STREQ(old, "old");
+             znfi_free_buf(old, sizeof "old");  // a second time would be counted
+             return status;
+         },
+     .trace = processes(progress("getNodeState: [" + kText + "] [" + std::to_string(kText.size()) + "]:[" + kText +
+                                 "] [" + std::to_string(kText.size() + 1) + "], mnt_opts=[rw]")),
+     .after =
+         [](Bed& bed) {
+             EXPECT_STREQ(bed.blob.data, kText.c_str());
+             EXPECT_EQ(bed.blob.length, kText.size() + 1);
+             EXPECT_EQ(bed.blob.encoding, ZFI_BLOB_TEXT);
          }},
     {.name = "any_other_operation_does_nothing",
      .before = [](Bed& bed) { bed.restored("/data", kState); },

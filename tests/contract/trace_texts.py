@@ -4,7 +4,8 @@
     trace_texts.py SOURCES TESTS...
 
 Every format that a source below SOURCES traces must stand in a test below TESTS, its conversions filled in. Adjacent
-literals count as one text on both sides. Level 7 is everybody's own and free. A folder of sources may be one of tests too: its *_test.cpp files count.
+literals count as one text on both sides. Level 7 is everybody's own and free. A folder of sources may be one of tests too:
+its *_test.cpp files count. Where SOURCES are resource bundles (*.txt in a folder "bundles"), so must every text of theirs.
 """
 import os
 import re
@@ -13,17 +14,22 @@ import sys
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 COMMENT = re.compile(r'//[^\n]*|/\*.*?\*/', re.DOTALL)
 TRACE = re.compile(r'(?:->|\.)trace\s*\(|\b(?:trace\w*|say)\s*\(')
+BUNDLE = re.compile(r'/bundles/.*\.txt$')
+PLACEHOLDER = re.compile(r'\{\d+\}')
 CONVERSION = re.compile(r'%(?:%|[-+ #0]*\d*(?:\.\d+)?(?:hh|h|ll|l|z|j)?[a-zA-Z])')
 SKIPPED_SOURCE = re.compile(r'_(?:test|fuzz|bench|actor)\.cpp$|_testing\.h$|^trace_capture\.(?:h|cpp)$')
 LEVEL = re.compile(r'\s*(\w+)\s*,')
 OWN_LEVEL = "7"
 TEST = re.compile(r'_test\.cpp$')
+# An expectation begins and ends with its literal, or is a line among several; a level may stand before it.
+BEGIN = r'(?:^|[\x01\n]|(?<=[\x01\n])\d[ |])'
+END = r'(?=$|[\x01\n])'
 
 
 def files(folder, pattern):
     for base, _, names in os.walk(folder):
         for name in sorted(names):
-            if re.search(pattern, name):
+            if re.search(pattern, os.path.join(base, name)):
                 yield os.path.join(base, name)
 
 
@@ -78,7 +84,16 @@ def is_own_detail(arguments, text):
     return (constant[1] if constant else level[1]) == OWN_LEVEL
 
 
+def texts_of_bundle(path):
+    """The texts of a resource bundle, its placeholders written as conversions."""
+    for match in LITERAL.finditer(without_comments(read(path))):
+        yield PLACEHOLDER.sub("%s", unescape(match.group(1)))
+
+
 def traced(path):
+    if BUNDLE.search(path):
+        yield from texts_of_bundle(path)
+        return
     text = without_comments(read(path))
     for call in TRACE.finditer(text):
         arguments = text[call.end():argument_end(text, call.end())]
@@ -109,16 +124,18 @@ def expected(folders):
 
 
 def is_named(text, expectations):
-    """The fixed parts in their order, with at most a short filling (or another expression) between them."""
-    fixed = [part for part in CONVERSION.split(text) if part]
-    pattern = "[^\x02]{0,120}?".join(re.escape(part) for part in fixed)
+    """The fixed parts in their order, with at most a short filling (or another expression) between them. What begins or ends
+    with a fixed part does so in the expectation too: a text is not named by a longer one."""
+    fixed = CONVERSION.split(text)
+    pattern = "[^\x02]{0,120}?".join(re.escape(part) for part in fixed if part)
+    pattern = (BEGIN if fixed[0] else "") + pattern + (END if fixed[-1] else "")
     return re.search(pattern, expectations) is not None
 
 
 def main(sources, *tests):
     expectations = expected(tests)
     total, missing = 0, []
-    for path in files(sources, r"\.(?:cpp|h)$"):
+    for path in files(sources, r"/bundles/.*\.txt$|\.(?:cpp|h)$"):
         if SKIPPED_SOURCE.search(os.path.basename(path)):
             continue
         for text in traced(path):
@@ -127,7 +144,7 @@ def main(sources, *tests):
                 missing.append(f"{os.path.basename(path)}: {text!r}")
     for line in missing:
         print(f"no expectation names {line}")
-    print(f"{total} trace texts, {len(missing)} not named")
+    print(f"{total} texts, {len(missing)} not named")
     return 1 if missing or total == 0 else 0
 
 

@@ -125,6 +125,10 @@ BED_REPLACES FILE* fopen(const char* path, const char* mode) {
         const Uncounted uncounted;
         bed::beforeOpening(path);
     }
+    if (active.noKernelTable && std::strcmp(path, "/proc/mounts") == 0) {
+        errno = EACCES;
+        return nullptr;
+    }
     return real(path, mode);
 }
 
@@ -138,7 +142,7 @@ BED_REPLACES FILE* setmntent(const char* path, const char* mode) noexcept {
         const Uncounted uncounted;
         bed::beforeOpening(path);
     }
-    return real(path, mode);
+    return active.noKernelTable && std::strcmp(path, "/proc/mounts") == 0 ? nullptr : real(path, mode);
 }
 
 BED_REPLACES int statfs(const char* path, struct statfs* info) noexcept {

@@ -18,6 +18,7 @@ struct Faults {
     bool noStatfs = false;             // statfs fails
     long statfsMagic = 0;              // what statfs says the superblock magic is; 0: the truth
     bool noStatvfs = false;            // statvfs fails
+    bool noKernelTable = false;        // /proc/mounts cannot be opened
     std::function<void()> raise = {};  // called once, and expected to throw, by the first znfi_ call
 };
 

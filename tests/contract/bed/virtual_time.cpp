@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <utility>
 
 #include "layout.h"
 
@@ -19,6 +20,8 @@ constexpr timespec kPause{0, 5'000'000};
 
 bed::Waits recorded;
 long skippedNanoseconds = 0;
+size_t sleepsLeft = 0;  // until it happens; 0: nothing does
+std::function<void()> atThatSleep;
 
 long nanoseconds(const timespec& time) {
     return time.tv_sec * kNanoseconds + time.tv_nsec;
@@ -35,6 +38,11 @@ namespace bed {
 
 void resetWaits() {
     recorded = {};
+    atSleep(0, nullptr);
+}
+void atSleep(size_t nth, std::function<void()> happens) {
+    sleepsLeft = nth;
+    atThatSleep = std::move(happens);
 }
 const Waits& waits() {
     return recorded;
@@ -45,6 +53,9 @@ const Waits& waits() {
 BED_REPLACES unsigned sleep(unsigned seconds) {
     recorded.sleeps.push_back(static_cast<int>(seconds));
     skippedNanoseconds += static_cast<long>(seconds) * kNanoseconds;
+    if (sleepsLeft > 0 && --sleepsLeft == 0) {
+        std::exchange(atThatSleep, nullptr)();
+    }
     return 0;
 }
 

@@ -2,6 +2,7 @@
 // the C library that wait or tell the time are defined by the test program and so are the ones that the libraries call.
 #pragma once
 
+#include <functional>
 #include <vector>
 
 namespace bed {
@@ -13,6 +14,8 @@ struct Waits {
 };
 
 void resetWaits();
+// Called once, at the nth sleep from now (from 1). resetWaits takes it away.
+void atSleep(size_t nth, std::function<void()> happens);
 const Waits& waits();
 
 }  // namespace bed

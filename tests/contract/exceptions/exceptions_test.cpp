@@ -317,6 +317,35 @@ TEST(InitAfterFailure, may_be_repeated) {
     EXPECT_NE(bed.stateOf(bed.lastNode()), "");
 }
 
+// ---- What the runner answers --------------------------------------------------------------------------------
+
+// Codes of a command that was not started: the wrapper says them and no more.
+TEST(RunnerAnswers, a_command_that_was_not_started_is_the_generic_line) {
+    if (!reasonToSkip().empty()) {
+        GTEST_SKIP() << reasonToSkip();
+    }
+    for (const int code : {1, 2, 3, 4, 6, 7, 8, 9, 10, 13}) {
+        Bed bed;
+        addToAccessList(bed, "/data", {"/dev/sdb1"});
+        bed.begin({.mountTable = "/dev/sdb1 /data xfs rw 0 0\n"});
+        raising::answerInRunner(code);
+        EXPECT_EQ(bed.call().disable_access(&bed.accessList.front(), 0), ZFI_ERR_UMOUNT_FAILED) << code;
+        const std::string number = std::to_string(code);
+        std::string said;
+        const Trace trace = takeTrace();
+        for (const Line& line : trace.lines()) {
+            said += line.text.find(" failed with error code [") != std::string::npos
+                        ? std::to_string(line.level) + " " + line.text + "\n"
+                        : "";
+            EXPECT_EQ(line.text.find("timmedout"), std::string::npos) << code;
+        }
+        EXPECT_EQ(said, "2 executeCommand - Exec Pipe failed with error code [" + number +
+                            "]\n2 Exec Pipe failed with error code [" + number +
+                            "]\n1 TARN::unmountDevice - Exec Pipe failed with error code [" + number + "]\n");
+        EXPECT_EQ(renderMessages(bed.call()), "");
+    }
+}
+
 // ---- What the runner is given -------------------------------------------------------------------------------
 
 TEST(RunnerArguments, every_command_has_ten_minutes_and_four_empty_strings) {

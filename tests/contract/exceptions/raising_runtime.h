@@ -20,6 +20,8 @@ void raiseInRunner(std::function<void()> raise, std::string command = "");
 void raiseInTrace(std::function<void()> raise);
 void raiseInCatalog(std::function<void()> raise);
 void raiseInPush(std::function<void()> raise);
+// The next run is not made: it answers this code.
+void answerInRunner(int code);
 // How many catalogue factories were registered since the last call.
 int takeRegistrations();
 // The runs since the last call.

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "cfiplugincontext.h"
 #include "cfisession.h"
 
 namespace {
@@ -14,6 +15,11 @@ std::string shown(Node** nodes, int count) {
         text += std::string(i == 0 ? "" : " ") + nodes[i]->domain->objid->name;
     }
     return text + ", " + std::to_string(count);
+}
+
+template <typename T>
+CFiSmartPtr<T> one() {
+    return CFiContextSingleton<T, FI_PLUGIN_NAME>::instance(false);
 }
 
 std::string shown(const void* pointer) {
@@ -40,6 +46,10 @@ int Probe::saw(const std::string& method, const std::string& arguments) {
 int ProbePlugin::delayedInit() {
     ++Probe::instance().delayedInits;
     return Probe::instance().delayedInitAnswer;
+}
+
+void ProbePlugin::fini() {
+    Probe::instance().calls.emplace_back(isShuttingDown() ? "fini(shutting down)" : "fini()");
 }
 
 int ProbePlugin::claim(znfi_objid* object, znfi_objid***, int*) {
@@ -142,6 +152,13 @@ int ProbePlugin::objctl(const zfi_tstring& command, CFiObjctlArgs& arguments) {
 }
 
 int ProbePlugin::prePrepare(zfi_domain*) {
-    Probe::instance().fimName = fimName();
+    Probe& probe = Probe::instance();
+    probe.fimName = fimName();
+    probe.providerName = providerName().c_str();
+    probe.messageIndexOffset = messageIndexOffset();
+    probe.isWired = traceLog() == one<CFiTraceLog>() && errorManager() == one<CFiErrorManager>() &&
+                    catalogManager() == one<CFiMessageCatalogManager>() &&
+                    privateDataManager() == one<CFiPrivateDataManager>() &&
+                    sessionManager() == one<CFiSessionManager>() && privateDataManager()->traceLog() == traceLog();
     return SAW(prePrepare, "");
 }

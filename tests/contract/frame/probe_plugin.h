@@ -15,7 +15,11 @@ struct Probe {
     std::vector<std::string> calls;              // method(what matters of the arguments), in order
     std::map<std::string, size_t> sessionNodes;  // how many nodes the session of a session call held
     bool raises = false;                         // every method throws
-    std::string fimName;                         // at the last prePrepare
+    // At the last prePrepare.
+    std::string fimName;
+    std::string providerName;
+    int32_t messageIndexOffset = 0;
+    bool isWired = false;  // every manager is registered, and is the one of this plug-in
 
     static Probe& instance();
     static void reset() { instance() = Probe(); }
@@ -25,6 +29,7 @@ struct Probe {
 class ProbePlugin : public CFiPluginBase {
   public:
     int delayedInit() override;
+    void fini() override;
     int claim(znfi_objid* object, znfi_objid*** subObjects, int* subObjectCount) override;
     int initAltNode(zfi_domain* node, zfi_domain* parent, zfi_domain* target, bool remote) override;
     int config(zfi_domain* node, int index, char* text, zfi_confspec* spec) override;

@@ -262,6 +262,31 @@ TEST_F(BuildingBlocks, build_alttree_looks_its_node_up_before_it_checks_its_argu
     expectDone(method("buildAltTree", progress("Exiting buildAltTree, invalid session/fid\n")), {});
 }
 
+TEST_F(BuildingBlocks, only_the_first_of_several_sub_objects_is_mounted) {
+    const auto factory = makeCounted<CountingFactory>();
+    const auto manager = makeCounted<CFiPrivateDataManager>();
+    manager->registerFactory(factory);
+    plugin_.registerPrivateDataManager(manager);
+    zfi_domain node{};
+    node.objid = Bed::objid("/data");
+    const auto data = factory->allocate(&node, false);
+    data->addSubObject(Bed::objid("/dev/sdb1"));
+    data->addSubObject(Bed::objid("/dev/sdc1"));
+    EXPECT_EQ(plugin_.cacheDisable(&node, 0), ZFI_OK);
+    EXPECT_EQ(plugin_.cacheEnable(&node, 1), ZFI_OK);
+    EXPECT_EQ(plugin_.online(nullptr, &node, ZFI_ONLINE_MOUNT, ZFI_DISPOSITION_KEEP), ZFI_OK);
+    expectDone({method("cacheDisable", progress("Command : /bin/mount -o remount,sync \"/dev/sdb1\" \"/data\"")),
+                method("cacheEnable", progress("Command : /bin/mount -o remount \"/dev/sdb1\" \"/data\"")),
+                method("online", {error("tarn_getmnt: device [/dev/sdb1] is not mounted"),
+                                  primitive("createMntPoint", "/bin/mkdir -p  \"/data\""),
+                                  progress("Command : /bin/mount  -o  \"/dev/sdb1\" \"/data\"")})},
+               {{"/bin/mount", "-o", "remount,sync", "/dev/sdb1", "/data"},
+                {"/bin/mount", "-o", "remount", "/dev/sdb1", "/data"},
+                {"/bin/mkdir", "-p", "/data"},
+                {"/bin/mount", "-o", "/dev/sdb1", "/data"}});
+    factory->deallocate(&node);
+}
+
 TEST_F(BuildingBlocks, null_data_in_a_blob_changes_nothing_and_says_nothing) {
     CTARNPrivData data(Bed::objid("/data"), false);
     data.devName = "/dev/sdb1";
