@@ -1,5 +1,6 @@
 #include "host/freeze/held_directory.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -56,6 +57,7 @@ TEST_F(HeldDirectoryTest, HoldsAMountPointAndDropsTrailingSlashes) {
     ASSERT_TRUE(held) << held.failure().cause;
     EXPECT_EQ(held->path(), "/proc");
     EXPECT_GE(held->fd(), 0);
+    EXPECT_NE(fcntl(held->fd(), F_GETFL) & O_NOATIME, 0) << "reading the directory would write to what is frozen";
 }
 
 }  // namespace

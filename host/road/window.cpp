@@ -73,7 +73,8 @@ WindowReport Window::run() {
         }
     }
     closeReports();
-    if (Status released = guard_.release(); !released && !result_.failure) {
+    // A guard that is dropped without a release goes on thawing.
+    if (Status released = isThawOwed_ ? Status(Done{}) : guard_.release(); !released && !result_.failure) {
         fail(released.failure());
     }
     result_.isBroken = result_.wasFrozen && guard_.window().state() != WindowState::kUnbroken;
@@ -278,6 +279,7 @@ void Window::closeReports() {
 }
 
 void Window::mayBeFrozen(const std::string& why) {
+    isThawOwed_ = true;
     Failure failure{ExitCode::kMayBeFrozen, "thaw", fileSystem_.name(),
                     fmt::format("{}; {} may still be frozen. Thaw it with: {}", why, fileSystem_.name(),
                                 thawCommand(fileSystem_.name(), fsType_))};

@@ -35,8 +35,8 @@ class Window {
     Window(Node& fileSystem, Node& volume, const HeldDirectory& directory, FreezeGuard& guard, std::string fsType);
 
     // Freezes with the provider where the node has a quiesce record, otherwise by the host's own call. Whatever
-    // happens, the guard is released when this returns and nothing that we froze is left frozen, unless the failure
-    // says so.
+    // happens, the guard is released when this returns and nothing that we froze is left frozen, unless a thaw was
+    // refused: the failure says so, and the guard is to be dropped, for it then tries by itself.
     WindowReport run();
 
   private:
@@ -71,6 +71,7 @@ class Window {
     const char* thawEscaped_ = nullptr;
     bool hasProviderFailed_ = false;  // the freeze
     bool isFoundFrozen_ = false;      // after that
+    bool isThawOwed_ = false;         // a thaw of ours was refused
 };
 
 }  // namespace tarnctl
