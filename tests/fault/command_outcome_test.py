@@ -82,21 +82,36 @@ class CommandOutcomeTest(FaultCase):
         self.refused("xfs_freeze")
         self.works_again(_FREEZE)
 
-    def test_freeze_command_freezes_and_fails(self):
+    def left_frozen(self, *words):
+        """A snapshot whose freeze command freezes and fails; answers its failure when the command that it names has thawed."""
         self.replace(_FREEZE, freezing('$REAL "$@"; echo tired; exit 3'))
-        answer = self.tarnctl.json("snapshot", self.disk.point)
+        answer = self.tarnctl.json("snapshot", *words, self.disk.point)
         self.assertEqual(kernel.freeze(self.disk.point), errno.EBUSY, "it was thawed")
         self.assertEqual(answer.code, 8, answer)
         self.assertIn("cannot be told", answer.json["cause"])
         self.assertIn("tired", answer.json["trace"][0])
-        self.assertEqual(answer.json["undoing"], [], answer)
         command = answer.json["cause"].partition("thaw it with: ")[2]
         self.assertEqual(command, f"{_FREEZE} -u {self.disk.point}")
         self.restore(_FREEZE)
         subprocess.run(command.split(), check=True)
         self.assertEqual(kernel.thaw(self.disk.point), errno.EINVAL)
+        return answer.json
+
+    def test_freeze_command_freezes_and_fails(self):
+        self.assertEqual(self.left_frozen()["undoing"], [])
         self.assert_nothing_left()
         self.assert_works(self.disk)
+
+    def test_freeze_command_freezes_and_fails_with_sync(self):
+        def is_sync():
+            return any(disk.point == self.disk.point and "sync" in disk.super_options for disk in kernel.mounts())
+
+        (beside,) = self.left_frozen("--sync")["undoing"]  # what is frozen cannot be remounted
+        self.assertIn("still is mounted with sync", beside["cause"])
+        self.assertTrue(is_sync())
+        self.delete_all()
+        self.assertFalse(is_sync())
+        self.assert_nothing_left()
 
     def test_freeze_command_reports_success_without_freezing(self):
         self.replace(_FREEZE, freezing("exit 0"))

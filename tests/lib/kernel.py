@@ -93,6 +93,7 @@ class Mount:
         self.options = set(os.fsdecode(fields[5]).split(","))
         self.type = os.fsdecode(rest[0])
         self.source = os.fsdecode(_unescaped(rest[1]))
+        self.super_options = set(os.fsdecode(rest[2]).split(","))
 
 
 def mounts(below=""):
