@@ -14,21 +14,25 @@ void noteBeside(Failure& cause, Status status) {
 }  // namespace
 
 Result<std::string> writeBack(Catalog& catalog, VolumeRestore& volume, const StepKey& key, bool wasHalf) {
+    const auto staysUnmounted = [&](const char* how) {
+        return fmt::format("; the origin {} {} and stays unmounted. Finish it with: tarnctl restore {}",
+                           volume.recordedDevice(), how, key.snapshot);
+    };
     auto device = volume.write();
     if (device) {
-        if (Status noted = catalog.finish({key, StepOutcome::kDone, {}}); !noted) {
-            return noted.failure();
+        Status noted = catalog.finish({key, StepOutcome::kDone, {}});
+        if (!noted) {
+            noted.failure().cause += staysUnmounted("is restored, which its record does not say,");
         }
-        return device;
+        return noted ? std::move(device) : Result<std::string>(std::move(noted.failure()));
     }
     Failure& failure = device.failure();
     if (volume.isHalf() || wasHalf) {
-        failure.cause +=
-            fmt::format("; the origin {} is half restored and stays unmounted. Finish it with: tarnctl restore {}",
-                        volume.recordedDevice(), key.snapshot);
+        failure.cause += staysUnmounted("is half restored");
         noteBeside(failure, catalog.noteUndoFailure(key, failure.cause));
-    } else {
-        noteBeside(failure, catalog.finish({key, StepOutcome::kFailed, failure.cause}));
+    } else if (Status noted = catalog.finish({key, StepOutcome::kFailed, failure.cause}); !noted) {
+        failure.cause += staysUnmounted("is as it was, which its record does not say,");
+        failure.undoing.push_back(std::move(noted.failure()));
     }
     return device;
 }

@@ -30,8 +30,9 @@ class FinishRestore {
     Catalog& catalog_;
 };
 
-// Both of an intended restore, with the origin in nobody's use: what the road and finishing it share. Answers the
-// origin's device; notes in the record how it ended.
+// The one write of an intended restore, with the origin in nobody's use: what the road and finishing it share. Answers
+// the origin's device; notes in the record how it ended. While the record goes on calling the step intended, the origin
+// must not be mounted: the failure says so, and what to type. `wasHalf`: an earlier process had begun to write.
 Result<std::string> writeBack(Catalog& catalog, VolumeRestore& volume, const StepKey& key, bool wasHalf);
 
 }  // namespace tarnctl

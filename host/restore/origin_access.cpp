@@ -10,6 +10,7 @@
 #include <sstream>
 #include <thread>
 
+#include "host/mounts/device_number.h"
 #include "host/mounts/mount_table.h"
 #include "host/road/left_processes.h"
 #include "host/road/recorded_nodes.h"
@@ -34,11 +35,6 @@ std::set<std::string> wordsOf(const std::string& options) {
         words.insert(word);
     }
     return words;
-}
-
-dev_t numberOf(const std::string& device) {
-    struct stat status {};
-    return ::stat(device.c_str(), &status) == 0 && S_ISBLK(status.st_mode) ? status.st_rdev : 0;
 }
 
 bool liesOn(const fs::path& link, dev_t fileSystem) {
@@ -159,7 +155,7 @@ Status OriginAccess::checkMounted(const std::string& device, std::vector<std::st
         return table.failure();
     }
     const MountEntry* entry = table->visibleAt(origin_.mountPoint);
-    if (entry == nullptr || entry->device != numberOf(device)) {
+    if (entry == nullptr || entry->device != deviceBehind(device)) {
         return Failure{ExitCode::kFailed, "mount the origin", origin_.mountPoint,
                        "the mount was reported as done, but " + device + " is not mounted there"};
     }

@@ -44,13 +44,14 @@ class RestoreRoad {
     Result<Restored> restore(const RestoreRequest& request);
 
   private:
+    // Before the first step, in order (restore_looks.cpp).
     Status lookAtRecord();
+    Status refuseUnfit() const;
     Status refuseOtherRestores() const;
     Status lookAtOrigin();
-    Status lookAtMounted();
     Status checkVolume();
     Status lockOrigin();
-    // In order.
+    // The steps, in order.
     Status rememberMount();
     Status unmount();
     Status write();

@@ -10,6 +10,7 @@
 
 #include "host/freeze/fs_freeze.h"
 #include "host/freeze/held_directory.h"
+#include "host/mounts/device_number.h"
 #include "host/mounts/device_users.h"
 #include "host/mounts/fs_lock.h"
 #include "host/mounts/mount_table.h"
@@ -23,12 +24,6 @@
 
 namespace tarnctl {
 namespace {
-
-// The device that a block device file stands for; 0 when there is none.
-dev_t deviceBehind(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISBLK(status.st_mode) ? status.st_rdev : 0;
-}
 
 void noteBeside(Failure& cause, Status status) {
     if (!status) {

@@ -11,7 +11,7 @@ import time
 import kernel
 from fault_case import FaultCase
 from kill_points import Point
-from restore_case import FILES, SPOILED
+from restore_case import FILES, SPOILED, mount_line
 from road_case import read, write
 
 _ROUNDS = int(os.environ.get("TARNFI_FAULT_RESTORES", "15"))
@@ -164,6 +164,22 @@ class KillRestoreTest(FaultCase):
         os.rename(self.disk.image + ".away", f"{self.disk.image}.tarnfi-{self.made['id']}")
         self.delete_patiently(self.made["id"])
         self.assertEqual(read(self.disk.at("old")), FILES["old"])
+        self.assert_nothing_left()
+
+    def test_the_options_that_come_back_are_those_of_now(self):
+        self.disk = self.room.disk("ext4")
+        write(self.disk.at("old"), FILES["old"])
+        self.made = self.snapshot(self.disk)
+        _, calls = self.trace("--json", "restore", self.made["id"])
+        unmount = [point for point in points(calls) if point.place == "unmounting"][-1]
+        answer = self.with_fault(unmount.call, unmount.number, "signal=SIGKILL", "--json", "restore", self.made["id"])
+        self.assertEqual(answer.code, -9)
+        self.assertEqual(self.place(before=1), "disable intended")
+        subprocess.run(["mount", "-o", "remount,noexec", self.disk.point], check=True)
+        self.restore_patiently()
+        self.assertIn("noexec", mount_line(self.disk.point)[0].split()[5].split(","))
+        self.assertEqual(self.steps("disable"), [("disable", "undone")] * 3)
+        self.delete_all()
         self.assert_nothing_left()
 
     def test_what_was_written_after_the_mount_stays(self):
