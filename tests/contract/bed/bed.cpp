@@ -115,7 +115,7 @@ void Bed::begin(const Host& host) {
     receiver_.hadEmptyText = false;
     shapeHost(host);
     resetWaits();
-    directoriesRemoved();
+    forgetRemovals();
     takeTrace();
 }
 

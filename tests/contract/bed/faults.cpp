@@ -76,8 +76,11 @@ void setFaults(const Faults& faults) {
     buffers = 0;
 }
 
-std::vector<std::string> directoriesRemoved() {
-    return std::exchange(removed, {});
+const std::vector<std::string>& directoriesRemoved() {
+    return removed;
+}
+void forgetRemovals() {
+    removed.clear();
 }
 
 bool isAtWork() {

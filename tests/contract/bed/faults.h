@@ -34,8 +34,9 @@ bool canRefuseMemory();
 void refuseMemoryAt(int nth);
 bool wasMemoryRefused();
 
-// The directories that rmdir was called with since then.
-std::vector<std::string> directoriesRemoved();
+// The directories that rmdir was called with since forgetRemovals.
+const std::vector<std::string>& directoriesRemoved();
+void forgetRemovals();
 
 // Is the bed itself at work, in a function that a library called? What it allocates is not the library's.
 bool isAtWork();

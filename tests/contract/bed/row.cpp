@@ -39,6 +39,9 @@ void compare(const Row& row, Bed& bed, int status) {
     expectSame("commands", render(commandsRun()), render(row.commandsNow ? row.commandsNow() : row.commands));
     EXPECT_EQ(waits().sleeps, row.waits.sleeps);
     EXPECT_EQ(waits().limits, row.waits.limits);
+    for (const std::string& directory : directoriesRemoved()) {
+        EXPECT_EQ(directory.rfind("/tmp_", 0), 0U) << directory << " was removed: only a test mount's is";
+    }
     expectSame("messages", renderMessages(bed.call()), render(row.messages));
     EXPECT_FALSE(bed.receiver().hadEmptyText);
     std::vector<int> severities;

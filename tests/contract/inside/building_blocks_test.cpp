@@ -134,6 +134,39 @@ TEST_F(BuildingBlocks, a_table_entry_that_cannot_be_copied_is_null) {
     expectDone({}, {});
 }
 
+TEST_F(BuildingBlocks, look_ups_that_find_nothing_write_nothing) {
+    for (const bool isUnreadable : {false, true}) {
+        shapeHost({.mountTable = "/dev/sdb1 /data ext3 rw 0 0\n", .tableUnreadable = isUnreadable});
+        const int expected = isUnreadable ? ZFI_ERR_MOUNT_TABLE : ZFI_ERR_NOT_MOUNTED;
+        char untouched[] = "untouched";
+        char* texts[] = {untouched, untouched, untouched};
+        int flag = -77;
+        EXPECT_EQ(tarn_getsubobj("/none", &texts[0]), expected);
+        EXPECT_EQ(tarn_get_mntent_value("/none", &texts[0], &texts[1], &texts[2]), expected);
+        EXPECT_EQ(tarn_getmnt("/dev/none", &texts[0], &texts[1], &texts[2]), expected);
+        EXPECT_EQ(tarn_get_mntent("/none", &flag), isUnreadable ? ZFI_ERR_MOUNT_TABLE : ZFI_OK);
+        EXPECT_EQ(getnfsvers("/none", &flag), 0);
+        EXPECT_EQ(tarn_check_fs_type("/none"), -1);
+        EXPECT_EQ(flag, -77);
+        for (const char* text : texts) {
+            EXPECT_EQ(text, untouched);
+        }
+    }
+    takeTrace();
+}
+
+TEST_F(BuildingBlocks, the_mount_status_is_one_of_three) {
+    shapeHost({.mountTable = "/dev/sdb1 /data ext3 rw 0 0\n"});
+    EXPECT_EQ(plugin_.getMountStatus("/none"), 1);
+    EXPECT_EQ(plugin_.getMountStatus("/data"), 2);
+    shapeHost({.tableUnreadable = true});
+    EXPECT_EQ(plugin_.getMountStatus("/data"), 3);
+    expectDone({method("getMountStatus"), method("getMountStatus"),
+                method("getMountStatus", {error("tarn_getsubobj: setmntent() of mnttab file failed"),
+                                          error("CTARNPlugin::getMountStatus: error from tarn_getsubobj")})},
+               {});
+}
+
 // ---- executeCommand -----------------------------------------------------------------------------------------
 
 class ExecuteCommand : public BuildingBlocks {
