@@ -66,7 +66,18 @@ class BadCommandTest(RoadCase):
         disk = self.room.disk("xfs")
         with self.instead(FREEZE, "echo cannot today; exit 1"):
             answer = self.tarnctl.json("snapshot", disk.point)
-        self.assert_code(answer, FAILED, "cannot today")
+            text = self.tarnctl.run("snapshot", disk.point)
+        self.assert_code(answer, FAILED)
+        self.assertEqual((answer.json["operation"], answer.json["subject"]), ("freeze", disk.point))
+        self.assertIn("tarnfi answered 6", answer.json["cause"])
+        (message,) = answer.json["messages"]
+        self.assertIn("ZFI_EXEC_PIPE_CMD_FAILED", message)
+        self.assertEqual(answer.json["trace"], [f"TARN::quiesce - command [{FREEZE} -f  {disk.point}] failed with message "
+                                                "'cannot today'."])
+        self.assert_code(text, FAILED)
+        self.assertTrue(text.err.startswith(f"tarnctl: freeze: {disk.point}: tarnfi answered 6"), text.err)
+        self.assertIn("\n    message: " + message, text.err)
+        self.assertIn("\n    trace: " + answer.json["trace"][0], text.err)
         self.assert_rolled_back(disk)
 
     def test_the_freeze_command_reports_success_and_does_nothing(self):

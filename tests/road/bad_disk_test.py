@@ -1,6 +1,7 @@
 """Full and read-only disks, below the image and below the catalog; files of ours on what is to be frozen."""
 import errno
 import os
+import shutil
 
 import kernel
 import tarnctl
@@ -148,6 +149,16 @@ class BadDiskTest(RoadCase):
     def test_the_trace_file_on_the_file_system_to_be_frozen(self):
         disk = self.room.disk("xfs")
         self.assert_refused(disk.point, UNSUPPORTED, "the trace file", environment={"ZFI_TRACE_FILE": disk.at("trace")})
+
+    def test_a_provider_on_the_file_system_to_be_frozen(self):
+        disk = self.room.disk("xfs")
+        for name in os.listdir(os.path.join(self.build, "lib")):
+            shutil.copy(os.path.join(self.build, "lib", name), disk.at(name))
+        words = ["--provider-path", disk.point, "snapshot", disk.point]
+        self.assert_refused(disk.point, UNSUPPORTED, "which would be frozen", words=words)
+        for name in ("libtarnfi.so", "libloopfi.so"):
+            os.unlink(disk.at(name))
+        self.assert_works(disk)
 
     def test_the_caller_may_stand_on_the_file_system_to_be_frozen(self):
         disk = self.room.disk("xfs")

@@ -1,4 +1,4 @@
-"""Ctrl-C of the demo: whatever it has made by then is taken apart."""
+"""The demo, to its end and with Ctrl-C: whatever it has made by then is taken apart."""
 import os
 import re
 import signal
@@ -16,6 +16,16 @@ class DemoTest(unittest.TestCase):
         if reason:
             self.skipTest(reason)
         self.build = os.environ["TARNFI_TEST_BUILD"]
+
+    def test_runs_to_its_end(self):
+        demo = subprocess.run([os.path.join(HERE, "../demo/demo"), self.build], stdin=subprocess.DEVNULL, check=False,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=100)
+        self.assertEqual(demo.returncode, 0, demo.stdout)
+        for line in (r"snapshot    \S+ on /dev/loop\d+, read-only at /\S+_alt", r"stood still [\d.]+ ms", r"read-only   .*Read-only",
+                     r"records     [\d,]+ in the copy: all [\d,]+ acknowledged before the freeze", r"files       40 with",
+                     r"deleted     /\S+_alt is gone", r"tar         `tarnctl run"):
+            self.assertEqual(len(re.findall("(?m)^  " + line, demo.stdout)), 2, (line, demo.stdout))
+        self.assertIn("left behind: no mount, no loop device, no file, no process", demo.stdout)
 
     def interrupt(self, after, *, number=signal.SIGINT, times=1):
         """As a terminal does it, once a line of the output matches: everything in the foreground gets the signal."""
