@@ -3,10 +3,12 @@
 
     installed.py CMAKE BUILD
 
-Programs and libraries are exactly those that ship; each is hardened as in the build; the program finds its runtime and its
-providers beside itself, whatever the current directory and the environment say.
+Programs and libraries are exactly those that ship; each is hardened as in the build and names no folder of it, so that a
+build elsewhere gives the same bytes; the program finds its runtime and its providers beside itself, whatever the current
+directory and the environment say.
 """
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -24,6 +26,18 @@ def is_binary(path):
 def installed(prefix):
     return {name: os.path.join(base, name) for base, _, names in os.walk(prefix) for name in names
             if is_binary(os.path.join(base, name))}
+
+
+def source_tree(build):
+    with open(os.path.join(build, "CMakeCache.txt"), encoding="utf-8") as cache:
+        return next(line.rstrip("\n").partition("=")[2] for line in cache if line.startswith("CMAKE_HOME_DIRECTORY:"))
+
+
+def build_paths(path, folders):
+    """The folders of the build whose names stand in the file, debug information included."""
+    with open(path, "rb") as file:
+        content = file.read()
+    return [folder for folder in folders if re.search(re.escape(os.fsencode(folder)) + b"[/\\0]", content)]
 
 
 def starts(program, prefix):
@@ -47,6 +61,9 @@ def main(cmake, build):
         problems = [f"{name} is installed" for name in sorted(set(found) - set(SHIPPED))]
         problems += [f"{name} is not installed" for name in sorted(set(SHIPPED) - set(found))]
         is_hard = [binary.hardened(path) == 0 for _, path in sorted(found.items())]
+        folders = [os.path.realpath(build), source_tree(build)]
+        problems += [f"{name} names {folder}, where it was built" for name, path in sorted(found.items())
+                     for folder in build_paths(path, folders)]
         if "tarnctl" in found:
             problems += starts(found["tarnctl"], prefix)
         for problem in problems:
