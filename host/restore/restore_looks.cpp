@@ -2,9 +2,11 @@
 #include <fmt/format.h>
 
 #include "host/mounts/device_number.h"
+#include "host/mounts/device_users.h"
 #include "host/mounts/preflight.h"
 #include "host/restore/origin_checks.h"
 #include "host/restore/restore_road.h"
+#include "host/road/step_undo.h"
 
 namespace tarnctl {
 namespace {
@@ -108,6 +110,28 @@ Status RestoreRoad::lookAtOrigin() {
         return fuser;
     }
     return refuseUnmountable(*table, *mounted_, catalog_, request_.isForced);
+}
+
+// What a volume layer does with the snapshot while it writes is its own affair: whoever else has it mounted or open
+// could be shown anything.
+Status RestoreRoad::lookAtSnapshot() {
+    auto steps = catalog_.steps(request_.id);
+    if (!steps) {
+        return steps.failure();
+    }
+    for (const StepRecord& step : *steps) {
+        if (step.intent.name != step::kMount || step.state != StepState::kDone) {
+            continue;
+        }
+        auto mount = mountUndoOf(step);
+        if (!mount) {
+            return mount.failure();
+        }
+        if (Status unused = refuseOtherUsers(mount->snapshotDevice, mount->alternate); !unused) {
+            return unused;
+        }
+    }
+    return Done{};
 }
 
 Status RestoreRoad::checkVolume() {

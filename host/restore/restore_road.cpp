@@ -31,7 +31,8 @@ Result<Restored> RestoreRoad::restore(const RestoreRequest& request) {
         return onlyMount();
     }
     using Step = Status (RestoreRoad::*)();
-    for (Step look : {&RestoreRoad::lookAtOrigin, &RestoreRoad::checkVolume, &RestoreRoad::lockOrigin}) {
+    for (Step look : {&RestoreRoad::lookAtOrigin, &RestoreRoad::lookAtSnapshot, &RestoreRoad::checkVolume,
+                      &RestoreRoad::lockOrigin}) {
         if (Status seen = (this->*look)(); !seen) {
             return seen.failure();
         }

@@ -49,6 +49,7 @@ class RestoreRoad {
     Status refuseUnfit() const;
     Status refuseOtherRestores() const;
     Status lookAtOrigin();
+    Status lookAtSnapshot();
     Status checkVolume();
     Status lockOrigin();
     // The steps, in order.

@@ -4,7 +4,8 @@ import shutil
 import subprocess
 
 import kernel
-from restore_case import RestoreCase
+from restore_case import SPOILED, RestoreCase
+from road_case import read
 
 
 class RestoreRefusedTest(RestoreCase):
@@ -102,6 +103,16 @@ class RestoreRefusedTest(RestoreCase):
         os.mkdir(point)
         kernel.mount(self.disk.point, point, options="bind")
         self.assert_untouched("it is mounted at", code=5)
+        kernel.umount(point)
+        self.assert_restored()
+
+    def test_a_second_mount_of_the_snapshot(self):
+        point = self.room.at("second")
+        os.mkdir(point)
+        kernel.mount(self.made["alternate"], point, options="bind")
+        self.restore(code=5, parts=[f"it is mounted at {point}"])
+        self.assertEqual(read(self.disk.at("old")), SPOILED)
+        self.assertEqual(self.unfinished(), [])
         kernel.umount(point)
         self.assert_restored()
 
