@@ -280,6 +280,18 @@ const Row kParent[] = {
      .trace = entry("is_parent_pgn", method("isParentPgn", method("isDeviceAccessible"))),
      .waits = {.sleeps = {1, 1, 1, 1, 1, 1, 1, 1}},
      .after = outIs(-77)},
+    {.name = "a_device_that_appears_in_the_eighth_pause_is_opened_at_the_ninth_attempt",
+     .host = {.answers = {{.command = "mount", .prints = "xfs\n"}}},
+     .call =
+         [](Bed& bed) {
+             fs::remove(kDevice);
+             atSleep(8, [] { std::ofstream{kDevice}; });
+             return isParent(bed, kDevice);
+         },
+     .trace = answers("xfs"),
+     .commands = {kProbeCommand},
+     .waits = {.sleeps = {1, 1, 1, 1, 1, 1, 1, 1}},
+     .after = outIs(2)},
     {.name = "a_device_that_appears_is_asked_at_once",
      .host = {.answers = {{.command = "mount", .prints = "xfs\n"}}},
      .call =
