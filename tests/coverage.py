@@ -31,7 +31,8 @@ def run_tests(build, folder):
     shutil.rmtree(folder, ignore_errors=True)
     os.makedirs(folder)
     environment = dict(os.environ, LLVM_PROFILE_FILE=os.path.join(folder, "%m.profraw"))
-    command = ["ctest", "--test-dir", build, "-L", "unit|contract", "-j2", "--timeout", "300", "--quiet",
+    # Instrumentation adds names of its own to the exported ones: that list belongs to the other builds.
+    command = ["ctest", "--test-dir", build, "-L", "unit|contract", "-E", "^z_strings_exports$", "-j2", "--timeout", "300", "--quiet",
                "--output-on-failure", "--output-log", os.path.join(folder, "tests.log")]
     failed = subprocess.run(command, env=environment, check=False).returncode != 0
     with open(os.path.join(folder, "tests.log"), encoding="utf-8", errors="replace") as log:

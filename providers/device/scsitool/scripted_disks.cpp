@@ -35,9 +35,9 @@ void putNumber(std::vector<std::uint8_t>& data, std::uint64_t value, unsigned by
     }
 }
 
-void refuse(sg_io_hdr& request, const ScriptedDisk::Sense& sense) {
+void refuse(const ScriptedDisk& disk, sg_io_hdr& request, const ScriptedDisk::Sense& sense) {
     std::array<std::uint8_t, 18> data{};
-    data[0] = 0x70;
+    data[0] = disk.hasReadableSense ? 0x70 : 0x00;
     data[2] = sense.key;
     data[7] = 10;
     data[12] = sense.code;
@@ -65,7 +65,7 @@ void inquire(const ScriptedDisk& disk, sg_io_hdr& request) {
         data.resize(36, ' ');
         deliver(request, data);
     } else if (disk.designators.empty()) {
-        refuse(request, kInvalidField);
+        refuse(disk, request, kInvalidField);
     } else {
         data.push_back(disk.peripheral);
         data.push_back(request.cmdp[2]);
@@ -93,21 +93,27 @@ int answer(ScriptedDisk& disk, sg_io_hdr& request) {
     request.host_status = disk.hostStatus;
     if (disk.hostStatus != 0) {
         request.info = SG_INFO_CHECK;
+    } else if (disk.deviceStatus != 0) {
+        request.status = disk.deviceStatus;
+        request.info = SG_INFO_CHECK;
     } else if (disk.unitAttentions > 0) {
         --disk.unitAttentions;
-        refuse(request, kPowerOn);
+        refuse(disk, request, kPowerOn);
     } else if (operation == kInquiry && disk.inquirySense) {
-        refuse(request, *disk.inquirySense);
+        refuse(disk, request, *disk.inquirySense);
     } else if (operation == kInquiry) {
         inquire(disk, request);
     } else if (operation == kServiceActionIn && !disk.knowsLongCapacity) {
-        refuse(request, kInvalidOperation);
+        refuse(disk, request, kInvalidOperation);
     } else if (disk.capacitySense) {
-        refuse(request, *disk.capacitySense);
+        refuse(disk, request, *disk.capacitySense);
     } else if (operation == kServiceActionIn || operation == kReadCapacity10) {
         readCapacity(disk, request, operation == kServiceActionIn ? 8 : 4);
     } else {
-        refuse(request, kInvalidOperation);
+        refuse(disk, request, kInvalidOperation);
+    }
+    if (disk.senseWithData) {
+        refuse(disk, request, *disk.senseWithData);
     }
     return 0;
 }

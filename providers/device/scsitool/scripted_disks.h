@@ -25,6 +25,9 @@ struct ScriptedDisk {
     int unitAttentions = 0;  // how many commands are first answered so
     int systemError = 0;     // errno of the ioctl
     std::uint16_t hostStatus = 0;
+    std::uint8_t deviceStatus = 0;       // of every command, without sense data
+    std::optional<Sense> senseWithData;  // beside what is delivered
+    bool hasReadableSense = true;
     std::vector<std::uint8_t> asked;  // operation codes, in order
 };
 
