@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 #include "host/device/loop_files.h"
 #include "host/freeze/fs_freeze.h"
@@ -43,25 +44,30 @@ Status refuseMountsBelow(const MountTable& table, const MountEntry& origin) {
     return Done{};
 }
 
-// Its layers are held by mounts that no table shows, so the unmount would succeed and the device stay in use.
-Status refuseOverlays(const MountTable& table, const MountEntry& origin) {
-    for (const MountEntry& mount : table.entries()) {
-        if (mount.type != "overlay") {
+// Of "lowerdir=/a:/b,upperdir=/c,workdir=/d".
+std::vector<std::string> layersOf(const MountEntry& overlay) {
+    std::vector<std::string> layers;
+    std::istringstream options(overlay.superOptions);
+    for (std::string option; std::getline(options, option, ',');) {
+        const std::size_t equals = option.find('=');
+        if (equals == std::string::npos || option.substr(0, equals).find("dir") == std::string::npos) {
             continue;
         }
-        std::istringstream options(mount.superOptions);
-        for (std::string option; std::getline(options, option, ',');) {
-            const std::size_t equals = option.find("dir");
-            const std::size_t value = option.find('=');
-            if (equals == std::string::npos || value == std::string::npos) {
-                continue;
-            }
-            std::istringstream layers(option.substr(value + 1));
-            for (std::string layer; std::getline(layers, layer, ':');) {
-                if (liesOn(layer, origin)) {
-                    return objection(origin, ExitCode::kBusy,
-                                     "the overlay at " + mount.point + " has its layer " + layer + " on it");
-                }
+        std::istringstream paths(option.substr(equals + 1));
+        for (std::string path; std::getline(paths, path, ':');) {
+            layers.push_back(path);
+        }
+    }
+    return layers;
+}
+
+// Layers are held by mounts that no table shows, so the unmount would succeed and the device stay in use.
+Status refuseOverlays(const MountTable& table, const MountEntry& origin) {
+    for (const MountEntry& mount : table.entries()) {
+        for (const std::string& layer : mount.type == "overlay" ? layersOf(mount) : std::vector<std::string>()) {
+            if (liesOn(layer, origin)) {
+                return objection(origin, ExitCode::kBusy,
+                                 "the overlay at " + mount.point + " has its layer " + layer + " on it");
             }
         }
     }
