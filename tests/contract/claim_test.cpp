@@ -107,6 +107,19 @@ const Row kClaim[] = {
      .call = [](Bed& bed) { return claim(bed, BED_ROOT "/link"); },
      .trace = claims(),
      .after = handsBackNothing},
+    {.name = "a_symbolic_link_to_a_directory_is_looked_up_by_its_own_name",
+     .host = {.mountTable = "/dev/sdb1 " BED_ROOT "/folder xfs rw 0 0\n"},
+     .before =
+         [](Bed&) {
+             if (!fs::is_symlink(BED_ROOT "/folder")) {
+                 fs::create_directory_symlink("/", BED_ROOT "/folder");
+             }
+         },
+     .faults = {.statfsMagic = 0x58465342},
+     .call = [](Bed& bed) { return claim(bed, BED_ROOT "/folder"); },
+     .status = ZFI_CLAIMED,
+     .trace = claims(),
+     .after = handsBackNothing},
     {.name = "a_missing_path_is_never_claimed",
      .host = {.mountTable = "/dev/sdb1 " BED_ROOT "/none xfs rw 0 0\n"},
      .call = [](Bed& bed) { return claim(bed, BED_ROOT "/none"); },

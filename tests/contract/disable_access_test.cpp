@@ -101,6 +101,15 @@ const Row kDisable[] = {
      .call = disableIt,
      .trace = disables({}),
      .after = offlineAre({true})},
+    {.name = "the_mark_leaves_the_other_bits_alone",
+     .before =
+         [](Bed& bed) {
+             oneNode(bed);
+             bed.accessList.front().node->state = ~ZFI_STATE_OFFLINE;
+         },
+     .call = disableIt,
+     .trace = disables({}),
+     .after = [](Bed& bed) { EXPECT_EQ(bed.accessList.front().node->state, 0xffffffffU); }},
     {.name = "a_node_that_is_marked_already_is_passed_over",
      .host = {.mountTable = kTable},
      .before =

@@ -98,6 +98,17 @@ const Row kEnable[] = {
         {"/bin/mount", "-o", "rw,vers=", "server:/export", "/data"}),
     nfs("nfs_without_options", "nfs", "3", "", "", "/bin/mount ,vers=3 \"server:/export\" \"/data\"",
         {"/bin/mount", ",vers=3", "server:/export", "/data"}),
+    {.name = "taking_the_mark_away_leaves_the_other_bits_alone",
+     .before =
+         [](Bed& bed) {
+             addOffline(bed, "/data", "/dev/sdb1");
+             bed.accessList.front().node->state = 0xffffffffU;
+         },
+     .call = enable,
+     .trace = enables({notMounted("/dev/sdb1"), makesPoint("/data"),
+                       progress("Command : /bin/mount  -o rw \"/dev/sdb1\" \"/data\"")}),
+     .commands = {kMkdir, {"/bin/mount", "-o", "rw", "/dev/sdb1", "/data"}},
+     .after = [](Bed& bed) { EXPECT_EQ(bed.accessList.front().node->state, ~ZFI_STATE_OFFLINE); }},
     {.name = "bit_0_of_options_mounts_nothing",
      .before = offline({.device = "/dev/sdb1", .type = "ext3"}, "/dev/sdb1"),
      .call = [](Bed& bed) { return bed.call().enable_access(&bed.accessList.front(), 0, 0, 1); },

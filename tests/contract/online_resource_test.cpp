@@ -38,6 +38,19 @@ Trace repairs(const Trace& failureInside = {}, const Trace& failureAfter = {}) {
             executes(kFsck, failureInside), failureAfter};
 }
 
+// The diagnostics of a device and a mount point that do not exist, with commands that succeed and print nothing.
+const Trace kDumpsNothingThere = method(
+    "dumpMountInformation",
+    {progress("dumpInformationDevice = Dumping device information for device /dev/sdb1\n"
+              "Stat information failed for the device /dev/sdb1with error code 2\n"),
+     progress(std::string("dumpInformationMount = Dumping stat information for mount point ") + kPlace +
+              "\nStat information failed for the mount point " + kPlace + "with error code 2\n"),
+     progress(std::string("dumpInformationFuser: FUSER_CMD = /sbin/fuser ") + kPlace),
+     progress(std::string("dumpInformationFuser = \nDumping fuser data for mountpoint using command /sbin/fuser ") +
+              kPlace + "\n"),
+     progress("dumpInformationMountCmd: MOUNT_CMD = /bin/mount "),
+     progress("dumpInformationMountCmd = \nDumping information about mounted devices using command /bin/mount \n")});
+
 // The path array: freed here, as the framework does.
 void handsBack(Bed& bed, const char* place) {
     EXPECT_EQ(bed.outInt, 1);
@@ -216,6 +229,35 @@ const Row kOnline[] = {
                                 "output \n\n")})});
          }(),
      .commands = {kMkdirCommand, {"/sbin/fuser", kPlace}},
+     .messages = {failedCommand("ZFI_EXEC_PIPE_SUCCESS", "")},
+     .after = handsBackNoPath},
+    {.name = "a_table_that_is_unreadable_after_the_mount_counts_as_not_mounted",
+     .host = {.answers = {{.command = "mount", .nth = 1, .exitStatus = 32, .prints = kBad + "\n"}},
+              .changes = {{.afterText = "CTARN::onlineResource - execPipe returned with error code [11]",
+                           .unreadable = true}}},
+     .call = onlineIt,
+     .trace =
+         onlinesResource({looksUpDevice(kDevice), kMakesPoint, mountsResource(kMount, exitsWith(kMount, "32")),
+                          warning("CTARN::onlineResource - execPipe returned with error code [11]"),
+                          error("CTARN::onlineResource - mount command [" + kMount +
+                                "] failed with errorCode [32] and message '" + kBad + "'."),
+                          method("getMountStatus", {error("tarn_getsubobj: setmntent() of mnttab file failed"),
+                                                    error("CTARNPlugin::getMountStatus: error from tarn_getsubobj")}),
+                          kMountFailed, repairs(), mountsResource(kMount), kHandsBack}),
+     .commands = {kMkdirCommand, kMountCommand, kFsckCommand, kMountCommand},
+     .after = handsBackPlace},
+    {.name = "each_failure_tells_its_own_output",
+     .host = {.answers = {{.command = "mount", .nth = 1, .exitStatus = 32, .prints = "one\n"},
+                          {.command = "mount", .nth = 2, .exitStatus = 32, .prints = "three\n"},
+                          {.command = "fsck", .exitStatus = 8, .prints = "two\n"}}},
+     .call = onlineIt,
+     .status = ZFI_ERR_FAILED,
+     .trace = onlinesResource(
+         {looksUpDevice(kDevice), kMakesPoint, mountFails("one"), kMountFailed,
+          repairs(exitsWith(kFsck, "8"), {error("TARN::onlineResource -execPipe.Exec failed with errorCode [11]"),
+                                          progress("FSCK command failed with errorCode [8] message 'two'.")}),
+          mountFails("three"), kMountFailed, kDumpsNothingThere}),
+     .commands = {kMkdirCommand, kMountCommand, kFsckCommand, kMountCommand, {"/sbin/fuser", kPlace}, {"/bin/mount"}},
      .messages = {failedCommand("ZFI_EXEC_PIPE_SUCCESS", "")},
      .after = handsBackNoPath},
     {.name = "a_device_with_a_blank_is_mounted_but_its_fsck_is_split",
