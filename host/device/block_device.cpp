@@ -10,6 +10,7 @@
 
 #include "host/freeze/owned_fd.h"
 #include "host/mounts/preflight.h"
+#include "host/mounts/preflight_way.h"
 #include "host/report/system_failure.h"
 
 namespace tarnctl {
@@ -57,6 +58,10 @@ Result<BlockDevice> findBlockDevice(const std::string& given) {
     }
     if (!S_ISBLK(status.st_mode)) {
         return Failure{ExitCode::kUnsupported, std::string(kOperation), path, "it is no block device"};
+    }
+    // The commands below us find it by its name again.
+    if (Status reliable = checkWay(std::string(kOperation), path); !reliable) {
+        return reliable.failure();
     }
     BlockDevice device{path, status.st_rdev, 0, false};
     if (Status read = readSizeAndMode(device); !read) {

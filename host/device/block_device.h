@@ -17,8 +17,9 @@ struct BlockDevice {
     bool isReadOnly = false;
 };
 
-// Both the name as given and the one it leads to must pass checkName. kUnsupported for what is no block device or holds
-// nothing (a loop device without a file, a drive without a medium), kNotFound where nothing is there. Reads only.
+// Both the name as given and the one it leads to must pass checkName, and the latter checkWay. kUnsupported for what is
+// no block device or holds nothing (a loop device without a file, a drive without a medium), kNotFound where nothing is
+// there. Reads only.
 Result<BlockDevice> findBlockDevice(const std::string& given);
 
 }  // namespace tarnctl

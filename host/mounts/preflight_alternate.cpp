@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "host/mounts/preflight.h"
+#include "host/mounts/preflight_way.h"
 #include "host/report/system_failure.h"
 
 namespace tarnctl {
@@ -13,49 +14,10 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMostCandidates = 90;
+constexpr std::string_view kOperation = "check the alternate name";
 
 Failure objectionTo(const std::string& name, ExitCode code, std::string cause) {
-    return Failure{code, "check the alternate name", name, std::move(cause)};
-}
-
-enum class Place { kParent, kFurtherUp };
-
-Status checkFolder(const std::string& name, const fs::path& folder, Place place) {
-    struct stat status {};
-    if (lstat(folder.c_str(), &status) != 0) {
-        const ExitCode code = errno == ENOENT ? ExitCode::kNotFound : ExitCode::kFailed;
-        return objectionTo(name, code, "its folder " + folder.native() + ": " + systemErrorText(errno));
-    }
-    if (!S_ISDIR(status.st_mode)) {
-        return objectionTo(name, ExitCode::kUnsupported,
-                           folder.native() + " on its way is a symbolic link or no directory");
-    }
-    if (status.st_uid != 0 && status.st_uid != geteuid()) {
-        return objectionTo(name, ExitCode::kUnsupported,
-                           folder.native() + " on its way belongs to another user, who could exchange it");
-    }
-    const bool othersWrite = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
-    const bool isSticky = (status.st_mode & S_ISVTX) != 0;
-    if (othersWrite && (place == Place::kParent || !isSticky)) {
-        return objectionTo(name, ExitCode::kUnsupported,
-                           "others may write to " + folder.native() + " on its way and could exchange it");
-    }
-    return Done{};
-}
-
-Status checkWay(const std::string& name) {
-    fs::path folder = fs::path(name).parent_path();
-    Place place = Place::kParent;
-    for (;;) {
-        if (Status status = checkFolder(name, folder, place); !status) {
-            return status;
-        }
-        if (folder == folder.root_path()) {
-            return Done{};
-        }
-        folder = folder.parent_path();
-        place = Place::kFurtherUp;
-    }
+    return Failure{code, std::string(kOperation), name, std::move(cause)};
 }
 
 // Whether an empty directory is there; a failure for anything else that is.
@@ -114,7 +76,7 @@ Result<AlternateName> checkAlternate(const MountTable& table, std::string_view r
     if (!table.allAt(name).empty()) {
         return objectionTo(name, ExitCode::kBusy, "is a mount point already");
     }
-    if (Status status = checkWay(name); !status) {
+    if (Status status = checkWay(std::string(kOperation), name); !status) {
         return status.failure();
     }
     const Result<bool> existed = checkPlace(name);

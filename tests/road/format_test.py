@@ -2,6 +2,7 @@
 import hashlib
 import os
 import signal
+import stat
 import struct
 import subprocess
 
@@ -93,6 +94,15 @@ class FormatTest(DeviceCase):
         self.refuse(UNSUPPORTED, "it makes no file systems", "TARN::format not a supported type",
                     words=("--type", "ext4"))
         self.refuse(UNSUPPORTED, "it makes no file systems", words=("--type", "xfs -d /dev/sdz"))
+
+    def test_a_device_that_somebody_else_could_exchange(self):
+        folder, node = self.room.at("open"), self.room.at("open/node")
+        os.mkdir(folder)
+        os.mknod(node, stat.S_IFBLK | 0o600, os.stat(self.device).st_rdev)
+        os.chmod(folder, 0o777)
+        self.refuse(UNSUPPORTED, f"others may write to {folder} on its way and could exchange it", device=node)
+        os.chmod(folder, 0o755)
+        self.assert_code(self.tarnctl.json("format", node, "--type", "ext2"), 0)
 
     def test_mounted_here_and_in_another_name_space(self):
         self.made("--type", "ext2")
