@@ -9,7 +9,8 @@ CFiSession::~CFiSession() = default;
 void CFiSession::addNodes(zfi_splitnode** nodes, int count) {
     for (int i = 0; nodes != nullptr && i < count; ++i) {
         const zfi_splitnode* given = nodes[i];
-        if (given == nullptr || given->domain == nullptr || given->domain->objid == nullptr) {
+        if (given == nullptr || given->domain == nullptr || given->domain->objid == nullptr ||
+            given->domain->objid->name == nullptr) {
             continue;
         }
         const auto [entry, isNew] = nodes_.try_emplace(given->domain->objid->name);

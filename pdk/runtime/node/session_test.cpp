@@ -74,8 +74,13 @@ TEST(Session, WhatIsMissingIsPassedOver) {
     zfi_domain withoutId{};
     zfi_splitnode withoutName{};
     withoutName.domain = &withoutId;
-    zfi_splitnode* nodes[] = {nullptr, &withoutDomain, &withoutName, &data.node};
-    session.addNodes(nodes, 4);
+    znfi_objid nameless{};
+    zfi_domain withNamelessId{};
+    withNamelessId.objid = &nameless;
+    zfi_splitnode withNamelessNode{};
+    withNamelessNode.domain = &withNamelessId;
+    zfi_splitnode* nodes[] = {nullptr, &withoutDomain, &withoutName, &withNamelessNode, &data.node};
+    session.addNodes(nodes, 5);
     session.addNodes(nullptr, 3);
     session.addNodes(nodes, -1);
     EXPECT_EQ(session.nodes().size(), 1U);
