@@ -55,8 +55,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     addOptions(app, settings);
-    for (auto* add : {&addProbe, &addSnapshot, &addList, &addShow, &addDelete, &addRun, &addFormat, &addRestore,
-                      &addOnline, &addPlugin}) {
+    for (auto* add : {&addProbe, &addSnapshot, &addList, &addShow, &addDelete, &addMount, &addUmount, &addExport,
+                      &addImport, &addRun, &addFormat, &addRestore, &addOnline, &addPlugin}) {
         add(app, chosen);
     }
     try {

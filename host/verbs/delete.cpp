@@ -8,14 +8,29 @@
 namespace tarnctl {
 namespace {
 
+// The file of an imported snapshot: it was made elsewhere and is not deleted. Empty for others.
+std::string fileKept(Installation& installation, const std::string& id) {
+    auto catalog = installation.catalog();
+    auto record = catalog ? (*catalog)->snapshot(id) : Result<SnapshotRecord>(catalog.failure());
+    auto standing = record ? standingOf(**catalog, *record) : Result<Standing>(record.failure());
+    return standing && standing->imported ? standing->imported->file : "";
+}
+
 int remove(Installation& installation, const std::string& id) {
     if (Status removed = deleteSnapshot(installation, id); !removed) {
         return answer(installation, removed.failure());
     }
+    const std::string kept = fileKept(installation, id);
     if (installation.settings().isJson) {
-        printJson(Json{{"ok", true}, {"id", id}, {"state", nameOf(SnapshotState::kGone)}});
-    } else {
+        Json json{{"ok", true}, {"id", id}, {"state", nameOf(SnapshotState::kGone)}};
+        if (!kept.empty()) {
+            putBytes(json, "kept", kept);
+        }
+        printJson(json);
+    } else if (kept.empty()) {
         printText(fmt::format("{}  gone\n", terminalText(id)));
+    } else {
+        printText(fmt::format("{}  gone; {} was made elsewhere and stays\n", terminalText(id), terminalText(kept)));
     }
     return 0;
 }

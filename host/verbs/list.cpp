@@ -19,14 +19,14 @@ int list(Installation& installation, bool wantsAll) {
         if (record.state == SnapshotState::kGone && !wantsAll) {
             continue;
         }
-        auto alternate = alternateOf(**catalog, record.id);
-        if (!alternate) {
-            return answer(installation, alternate.failure());
+        auto standing = standingOf(**catalog, record);
+        if (!standing) {
+            return answer(installation, standing.failure());
         }
         if (installation.settings().isJson) {
-            all.push_back(recordJson(record, *alternate));
+            all.push_back(recordJson(record, *standing));
         } else {
-            printText(recordText(record, *alternate));
+            printText(recordText(record, *standing));
         }
     }
     if (installation.settings().isJson) {

@@ -9,7 +9,7 @@ namespace {
 
 struct Shown {
     SnapshotRecord record;
-    std::string alternate;
+    Standing standing;
     std::vector<NodeRecord> nodes;
     std::vector<StepRecord> steps;
 };
@@ -19,9 +19,9 @@ Result<Shown> gather(const Catalog& catalog, const std::string& id) {
     if (!record) {
         return record.failure();
     }
-    auto alternate = alternateOf(catalog, id);
-    if (!alternate) {
-        return alternate.failure();
+    auto standing = standingOf(catalog, *record);
+    if (!standing) {
+        return standing.failure();
     }
     auto nodes = catalog.nodes(id);
     if (!nodes) {
@@ -31,11 +31,11 @@ Result<Shown> gather(const Catalog& catalog, const std::string& id) {
     if (!steps) {
         return steps.failure();
     }
-    return Shown{*record, *alternate, *nodes, *steps};
+    return Shown{*record, *standing, *nodes, *steps};
 }
 
 Json shownJson(const Shown& shown) {
-    Json json = recordJson(shown.record, shown.alternate);
+    Json json = recordJson(shown.record, shown.standing);
     json["ok"] = true;
     json["nodes"] = Json::array();
     for (const NodeRecord& node : shown.nodes) {
@@ -52,7 +52,7 @@ Json shownJson(const Shown& shown) {
 }
 
 std::string shownText(const Shown& shown) {
-    std::string text = recordText(shown.record, shown.alternate);
+    std::string text = recordText(shown.record, shown.standing);
     for (const NodeRecord& node : shown.nodes) {
         text += fmt::format("    node  {:<15} {:<8} {}\n", nameOf(node.node.role), node.node.provider,
                             terminalText(node.node.name));

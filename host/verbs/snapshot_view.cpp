@@ -3,7 +3,6 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include "host/road/step_undo.h"
 #include "host/verbs/warnings.h"
 
 namespace tarnctl {
@@ -51,37 +50,39 @@ std::string madeText(const Snapshot& snapshot) {
                        terminalText(snapshot.alternate), how);
 }
 
-Json recordJson(const SnapshotRecord& record, const std::string& alternate) {
+Json recordJson(const SnapshotRecord& record, const Standing& standing) {
     Json json;
     json["id"] = record.id;
-    json["state"] = nameOf(record.state);
+    json["state"] = standing.state;
     json["consistency"] = nameOf(record.consistency);
     putBytes(json, "mountPoint", record.origin.mountPoint);
     putBytes(json, "device", record.origin.device);
     json["type"] = record.origin.fsType;
-    putBytes(json, "alternate", alternate);
+    putBytes(json, "alternate", standing.mounted ? standing.mounted->alternate : "");
     json["created"] = createdText(record.createdNs);
     json["windowNs"] = record.windowNs ? Json(*record.windowNs) : Json(nullptr);
+    json["imported"] = nullptr;
+    if (standing.imported) {
+        Json imported{{"id", standing.imported->id}};
+        putBytes(imported, "host", standing.imported->host);
+        putBytes(imported, "file", standing.imported->file);
+        json["imported"] = imported;
+    }
     return json;
 }
 
-std::string recordText(const SnapshotRecord& record, const std::string& alternate) {
-    return fmt::format("{}  {}  {:<8} {:<9} {} {}\n", record.id, createdText(record.createdNs), nameOf(record.state),
-                       nameOf(record.consistency), terminalText(record.origin.mountPoint), terminalText(alternate));
+std::string recordText(const SnapshotRecord& record, const Standing& standing) {
+    const std::string where = standing.mounted ? standing.mounted->alternate : "";
+    const std::string from = standing.imported ? " (imported from " + terminalText(standing.imported->host) + ")" : "";
+    return fmt::format("{}  {}  {:<9} {:<9} {} {}{}\n", record.id, createdText(record.createdNs), standing.state,
+                       nameOf(record.consistency), terminalText(record.origin.mountPoint), terminalText(where), from);
 }
 
-Result<std::string> alternateOf(const Catalog& catalog, const std::string& snapshotId) {
-    auto steps = catalog.steps(snapshotId);
-    if (!steps) {
-        return steps.failure();
-    }
-    for (const StepRecord& step : *steps) {
-        if (step.intent.name == step::kMount && step.state != StepState::kUndone) {
-            auto undo = mountUndoOf(step);
-            return undo ? Result<std::string>(undo->alternate) : Result<std::string>(undo.failure());
-        }
-    }
-    return std::string();
+Json mountedJson(const MountedSnapshot& snapshot) {
+    Json json{{"ok", true}, {"id", snapshot.id}, {"state", nameOf(SnapshotState::kReady)}};
+    putBytes(json, "alternate", snapshot.alternate);
+    putBytes(json, "snapshotDevice", snapshot.device);
+    return json;
 }
 
 Failure brokenFailure(const Snapshot& snapshot) {

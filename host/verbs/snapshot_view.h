@@ -7,6 +7,8 @@
 #include "host/report/failure.h"
 #include "host/report/report.h"
 #include "host/road/snapshot_road.h"
+#include "host/transfer/mount_road.h"
+#include "host/transfer/standing.h"
 
 namespace tarnctl {
 
@@ -14,12 +16,12 @@ namespace tarnctl {
 Json madeJson(const Snapshot& snapshot);
 std::string madeText(const Snapshot& snapshot);
 
-// A record of the catalog. where it is mounted is read from its steps.
-Json recordJson(const SnapshotRecord& record, const std::string& alternate);
-std::string recordText(const SnapshotRecord& record, const std::string& alternate);
+// A record of the catalog, and where it stands.
+Json recordJson(const SnapshotRecord& record, const Standing& standing);
+std::string recordText(const SnapshotRecord& record, const Standing& standing);
 
-// The alternate mount point of a snapshot; empty when it was never (to be) mounted.
-Result<std::string> alternateOf(const Catalog& catalog, const std::string& snapshotId);
+// One that mount or import brought up.
+Json mountedJson(const MountedSnapshot& snapshot);
 
 // A failure for a snapshot that was cut from a file system that somebody thawed too early.
 Failure brokenFailure(const Snapshot& snapshot);

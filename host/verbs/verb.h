@@ -26,6 +26,10 @@ void addFormat(CLI::App& app, Verb& chosen);
 void addRestore(CLI::App& app, Verb& chosen);
 void addOnline(CLI::App& app, Verb& chosen);
 void addPlugin(CLI::App& app, Verb& chosen);
+void addExport(CLI::App& app, Verb& chosen);
+void addImport(CLI::App& app, Verb& chosen);
+void addMount(CLI::App& app, Verb& chosen);
+void addUmount(CLI::App& app, Verb& chosen);
 
 // What snapshot and run do first, and delete and run last.
 Result<Snapshot> makeSnapshot(Installation& installation, const std::string& path, Caching caching);

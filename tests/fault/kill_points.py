@@ -65,3 +65,15 @@ def rounds(found, count):
     anywhere = spread(found, (count + 1) // 2)
     inside = spread(window, count // 2)
     return [point for pair in zip(anywhere, inside + anywhere[len(inside):]) for point in pair][:count]
+
+
+def of_verb(calls):
+    """The points of a verb without a window, from its first write of the catalog to its end."""
+    begin = _first(calls, r"pwrite64\(.*\.db")
+    seen, found = {}, []
+    for index, text in enumerate(calls):
+        name = _name(text)
+        seen[name] = seen.get(name, 0) + 1
+        if index >= begin and name in _STEADY:
+            found.append(Point(name, seen[name], "step", text))
+    return found

@@ -1,6 +1,7 @@
 """What every test of this ring stands on: a mount namespace and a folder of its own, tarnctl with a catalog of its own,
 and a sweep over the machine before and after."""
 import errno
+import hashlib
 import os
 import re
 import subprocess
@@ -181,3 +182,14 @@ def write(path, content=b"content"):
 def read(path):
     with open(path, "rb") as file:
         return file.read()
+
+
+def checksums(folder):
+    """Relative name to checksum, of every file below it."""
+    found = {}
+    for where, _, files in os.walk(folder):
+        for name in files:
+            path = os.path.join(where, name)
+            with open(path, "rb") as file:
+                found[os.path.relpath(path, folder)] = hashlib.sha256(file.read()).hexdigest()
+    return found
