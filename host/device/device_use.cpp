@@ -14,6 +14,7 @@
 #include "host/freeze/owned_fd.h"
 #include "host/mounts/backing_chain.h"
 #include "host/report/system_failure.h"
+#include "host/road/recorded_nodes.h"
 
 namespace tarnctl {
 namespace {
@@ -165,12 +166,13 @@ Status refuseRecorded(const BlockDevice& device, const Catalog& catalog, Recorde
             continue;
         }
         auto nodes = catalog.nodes(record.id);
-        if (!nodes) {
-            return nodes.failure();
+        auto imported = isImported(catalog, record.id);
+        if (!nodes || !imported) {
+            return nodes ? imported.failure() : nodes.failure();
         }
         const bool isRecorded = std::any_of(nodes->begin(), nodes->end(), [&](const NodeRecord& node) {
             const bool counts = node.node.role == NodeRole::kSnapshotDevice ||
-                                (as == RecordedAs::kAnything && node.node.role == NodeRole::kDevice);
+                                (as == RecordedAs::kAnything && node.node.role == NodeRole::kDevice && !*imported);
             return counts && isDeviceNamed(node.node.name, device);
         });
         if (isRecorded) {

@@ -181,20 +181,30 @@ Status OnlineDevice::findRecord(const OnlineRequest& request) {
     if (!records) {
         return records.failure();
     }
-    const auto newest = std::find_if(records->rbegin(), records->rend(), [this](const SnapshotRecord& record) {
-        return record.state != SnapshotState::kGone && record.origin.mountPoint == mountPoint_ &&
-               isDeviceNamed(record.origin.device, device_);
-    });
-    if (newest == records->rend()) {
-        return Done{};
+    for (auto record = records->rbegin(); record != records->rend(); ++record) {
+        if (record->state == SnapshotState::kGone || record->origin.mountPoint != mountPoint_ ||
+            !isDeviceNamed(record->origin.device, device_)) {
+            continue;
+        }
+        auto imported = isImported(catalog_, record->id);
+        if (!imported) {
+            return imported.failure();
+        }
+        if (!*imported) {
+            return takeOptionsOf(record->id);
+        }
     }
-    auto node = recordedNode(providers_, catalog_, newest->id, NodeRole::kOrigin);
+    return Done{};
+}
+
+Status OnlineDevice::takeOptionsOf(const std::string& snapshotId) {
+    auto node = recordedNode(providers_, catalog_, snapshotId, NodeRole::kOrigin);
     if (!node) {
         return node.failure();
     }
     if ((*node)->record()->privateData != nullptr) {
         recorded_ = std::move(*node);
-        onlined_.recordedIn = newest->id;
+        onlined_.recordedIn = snapshotId;
     }
     return Done{};
 }

@@ -48,6 +48,7 @@ class OnlineDevice {
     Status checkContent();
     Status checkPlace(const MountTable& table);
     Status findRecord(const OnlineRequest& request);
+    Status takeOptionsOf(const std::string& snapshotId);
     Status mountAsRecorded();
     Status mountOrRepair(const std::string& options);
     Status prove();

@@ -6,6 +6,7 @@
 #include "host/mounts/preflight.h"
 #include "host/restore/origin_checks.h"
 #include "host/restore/restore_road.h"
+#include "host/road/recorded_nodes.h"
 #include "host/road/step_undo.h"
 
 namespace tarnctl {
@@ -16,17 +17,20 @@ constexpr const char* kOperation = "restore";
 }  // namespace
 
 Status RestoreRoad::lookAtRecord() {
-    auto record = catalog_.snapshot(request_.id);
-    if (!record) {
-        return record.failure();
+    if (auto known = catalog_.snapshot(request_.id); !known) {
+        return known.failure();
     }
-    record_ = *record;
-    restored_.mountPoint = record_.origin.mountPoint;
     auto lock = FsLock::takeForSnapshot(request_.id);
     if (!lock) {
         return lock.failure();
     }
     snapshotLock_ = std::move(*lock);
+    auto record = catalog_.snapshot(request_.id);  // as it is now that nobody else changes it
+    if (!record) {
+        return record.failure();
+    }
+    record_ = *record;
+    restored_.mountPoint = record_.origin.mountPoint;
     if (Status fit = refuseUnfit(); !fit) {
         return fit;
     }
@@ -53,6 +57,11 @@ Status RestoreRoad::refuseUnfit() const {
     };
     if (record_.state != SnapshotState::kReady) {
         return refuse(fmt::format("it is {}: only a whole snapshot is restored", nameOf(record_.state)));
+    }
+    // Whatever has the names of its origin here is somebody else's.
+    auto imported = isImported(catalog_, request_.id);
+    if (!imported || *imported) {
+        return imported ? refuse("it was imported: its origin is on the host where it was made") : imported.failure();
     }
     if (record_.consistency == Consistency::kUndecided) {
         return refuse("how its content was cut is not known");

@@ -32,6 +32,9 @@ Result<VolumeRestore> VolumeRestore::of(const Providers& providers, const Catalo
     }
     auto snapshot = recordedNode(providers, catalog, snapshotId, NodeRole::kSnapshotDevice);
     if (!snapshot) {
+        if (snapshot.failure().code == ExitCode::kNotFound) {
+            snapshot.failure().cause += "; where it is unmounted, mount it first: tarnctl mount " + snapshotId;
+        }
         return snapshot.failure();
     }
     return VolumeRestore(snapshotId, std::move(*origin), std::move(*snapshot));

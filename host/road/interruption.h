@@ -21,4 +21,14 @@ void forgetInterruption();
 // A failure when a signal came; otherwise done.
 Status refuseWhenInterrupted(const std::string& operation, const std::string& subject);
 
+// For a call that may take minutes and cannot be cut short: while this lives, a signal is answered at once on standard
+// error, so that nobody takes us for hanging. Not while a file system is frozen. One at a time.
+class AnswerInterruptions {
+  public:
+    explicit AnswerInterruptions(const char* text);  // borrowed; with its line break
+    ~AnswerInterruptions();
+    AnswerInterruptions(const AnswerInterruptions&) = delete;
+    AnswerInterruptions& operator=(const AnswerInterruptions&) = delete;
+};
+
 }  // namespace tarnctl

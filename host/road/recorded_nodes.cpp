@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/road/step_undo.h"
+
 namespace tarnctl {
 
 Result<Provider*> providerNamed(const Providers& providers, const std::string& name) {
@@ -63,6 +65,15 @@ Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Cat
         }
     }
     return node;
+}
+
+Result<bool> isImported(const Catalog& catalog, const std::string& snapshotId) {
+    auto steps = catalog.steps(snapshotId);
+    if (!steps) {
+        return steps.failure();
+    }
+    return std::any_of(steps->begin(), steps->end(),
+                       [](const StepRecord& step) { return step.intent.name == step::kImport; });
 }
 
 }  // namespace tarnctl

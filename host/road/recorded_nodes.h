@@ -29,4 +29,8 @@ Status keepState(Catalog& catalog, std::int64_t row, Node& node);
 Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Catalog& catalog,
                                            const std::string& snapshotId, NodeRole role);
 
+// Was the snapshot made on another host? Then what it was made from is not here, whatever is called so here, and its
+// file is not ours.
+Result<bool> isImported(const Catalog& catalog, const std::string& snapshotId);
+
 }  // namespace tarnctl

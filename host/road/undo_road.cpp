@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -72,7 +71,7 @@ Status UndoRoad::undoBesideOrigin(const std::string& snapshotId) {
     if (!record) {
         return record.failure();
     }
-    auto imported = isImported(snapshotId);
+    auto imported = isImported(catalog_, snapshotId);
     if (!imported || *imported) {
         return imported ? undo(snapshotId) : Status(imported.failure());
     }
@@ -123,15 +122,6 @@ Status UndoRoad::undo(const std::string& snapshotId) {
         }
     }
     return catalog_.setState(snapshotId, SnapshotState::kGone);
-}
-
-Result<bool> UndoRoad::isImported(const std::string& snapshotId) {
-    auto steps = catalog_.steps(snapshotId);
-    if (!steps) {
-        return steps.failure();
-    }
-    return std::any_of(steps->begin(), steps->end(),
-                       [](const StepRecord& step) { return step.intent.name == step::kImport; });
 }
 
 // Before the first step is undone: what only shows after the unmount would leave half of it.

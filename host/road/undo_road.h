@@ -24,8 +24,6 @@ class UndoRoad {
     Status undoAlone(const std::string& snapshotId);
     // One step, where its effect is still there. The catalog is not told.
     Status undoStep(const StepRecord& step);
-    // Was it made on another host? What it was made from is not here then, and its file is not ours.
-    Result<bool> isImported(const std::string& snapshotId);
 
   private:
     Status undoBesideOrigin(const std::string& snapshotId);

@@ -78,7 +78,7 @@ Status detachTree(Providers& providers, Catalog& catalog, const std::string& sna
     if (Status detached = undoAll(providers, catalog, snapshotId, step::kAttach); !detached) {
         return detached;
     }
-    auto imported = UndoRoad(providers, catalog).isImported(snapshotId);
+    auto imported = isImported(catalog, snapshotId);
     if (!imported) {
         return imported.failure();
     }

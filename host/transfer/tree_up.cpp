@@ -12,6 +12,10 @@
 namespace tarnctl {
 namespace {
 
+// The provider tries a mount that fails five times, with pauses of half a minute.
+constexpr const char* kMountIsTried =
+    "tarnctl: interrupted; waiting for the mount that is being tried (up to about two minutes where it fails)\n";
+
 std::string nameIn(const znfi_objid* id) {
     return id == nullptr || id->name == nullptr ? "" : id->name;
 }
@@ -115,6 +119,7 @@ Status TreeUp::callMount(const WayUp& way) {
     fileSystem_.requestAlternate(way.alternate.name);
     znfi_objid* devices[] = {objectId(device_)};
     znfi_objid* alternate = nullptr;
+    const AnswerInterruptions patient(kMountIsTried);
     CallOutcome outcome = fileSystem_.provider().call([&](const EntryPoints& entry) {
         return entry.import_tree(fileSystem_.record(), nullptr, devices, 1, &alternate);
     });

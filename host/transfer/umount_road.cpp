@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "host/mounts/mount_table.h"
+#include "host/restore/restore_steps.h"
 #include "host/road/recorded_nodes.h"
 #include "host/transfer/superblock.h"
 #include "host/transfer/tree_down.h"
@@ -37,6 +38,9 @@ Status UmountRoad::umount(const std::string& id) {
     if (held->standing.state == "unmounted") {
         return Done{};
     }
+    if (Status free = refuseNeeded(id); !free) {
+        return free;
+    }
     auto step = catalog_.intend(id, intentOf(step::kUmount, seenIn(held->standing.mounted)));
     if (!step) {
         return step.failure();
@@ -54,6 +58,17 @@ Status UmountRoad::umount(const std::string& id) {
         down.failure().undoing.push_back(noted.failure());
     }
     return down;
+}
+
+// Half of it is in its origin by now, and the other half comes from its device.
+Status UmountRoad::refuseNeeded(const std::string& id) {
+    auto unfinished = unfinishedRestoreOf(catalog_, id);
+    if (!unfinished) {
+        return unfinished.failure();
+    }
+    return *unfinished ? Status(Failure{ExitCode::kBusy, "unmount the snapshot", id,
+                                        "its restore is not finished: finish that first, with tarnctl restore " + id})
+                       : Status(Done{});
 }
 
 // Somebody whom nobody could see before still has the device.

@@ -16,10 +16,11 @@ class UmountRoad {
     UmountRoad(Providers& providers, Catalog& catalog) : providers_(providers), catalog_(catalog) {}
 
     // An unmounted one is fine; a half-done way, up or down, is finished. kBusy, with the snapshot as mounted as it
-    // was, when somebody uses it.
+    // was, when somebody uses it or an unfinished restore needs its device.
     Status umount(const std::string& id);
 
   private:
+    Status refuseNeeded(const std::string& id);
     Status detachOrGoBack(const ReadySnapshot& snapshot);
     Status mountAgain(const ReadySnapshot& snapshot);
     Status finish(const ReadySnapshot& snapshot, const StepKey& step);

@@ -36,13 +36,15 @@ class ExportImportTest(RoadCase):
     def imported(self):
         return self.other.json("list").json["snapshots"]
 
-    def made(self, fs_type="xfs", options=""):
+    def made(self, fs_type="xfs", options="", words=()):
         """A snapshot at rest, exported, its file carried over as cp does it."""
         self.disk = self.room.disk(fs_type, options=options)
         for number in range(20):
             write(self.disk.at(f"folder/{number}"), os.urandom(30_000))
         self.content = checksums(self.disk.point)
-        made = self.snapshot(self.disk)
+        answer = self.tarnctl.json("snapshot", *words, self.disk.point)
+        self.assert_code(answer, 0)
+        made = answer.json
         write(self.disk.at("folder/0"), b"changed afterwards")
         self.copy = f"{self.disk.image}.tarnfi-{made['id']}"
         self.assert_code(self.tarnctl.run("umount", made["id"]), 0)
@@ -82,8 +84,8 @@ class ExportImportTest(RoadCase):
             json.dump(content, file)
         return path
 
-    def travel(self, fs_type):
-        made = self.made(fs_type)
+    def travel(self, fs_type, *words):
+        made = self.made(fs_type, words=words)
         self.delete(made)  # the origin host needs it no more, and goes on
         answer = self.run_import()
         self.assert_code(answer, 0)
@@ -119,14 +121,15 @@ class ExportImportTest(RoadCase):
     def test_xfs_travels(self):
         self.travel("xfs")
 
-    def test_ext4_travels(self):
-        self.travel("ext4")
+    def test_ext4_made_with_sync_travels(self):
+        self.travel("ext4", "--sync")
 
     def test_beside_the_origin_and_exported_once_more(self):
         self.made()
         there = self.run_import("--at", self.room.at("there")).json
         self.assertEqual(checksums(there["alternate"]), self.content)
         self.assert_code(self.run_import(), 5, "attached")
+        self.assert_code(self.other.json("restore", there["id"]), 6, "imported")
         self.assert_code(self.other.json("export", there["id"]), 5, "umount")
         self.assert_code(self.other.run("umount", there["id"]), 0)
         second = self.other.run("export", there["id"])
@@ -230,7 +233,8 @@ class ExportImportTest(RoadCase):
             answer = go_on()
         finally:
             self.tarnctl = known
-        self.assert_code(answer, 1, "interrupted")
+        self.assert_code(answer, 1, "interrupted by")
+        self.assertIn("waiting for the mount", answer.err)
         self.assertEqual(answer.json["undoing"], [])
         self.assertEqual(self.imported(), [])
         self.assertEqual(kernel.loop_devices(containing=self.carried), {})

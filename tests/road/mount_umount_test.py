@@ -20,7 +20,7 @@ class MountUmountTest(RoadCase):
         made = self.snapshot(disk)
         write(disk.at("folder/0"), b"changed afterwards")
         os.unlink(disk.at("folder/1"))
-        self.copy = f"{disk.image}.tarnfi-{made['id']}"
+        self.disk, self.copy = disk, f"{disk.image}.tarnfi-{made['id']}"
         self.addCleanup(lambda: self.tarnctl.run("delete", made["id"]))
         return made
 
@@ -170,6 +170,21 @@ class MountUmountTest(RoadCase):
         with open(made["snapshotDevice"], "rb"):
             self.assert_busy(made, f"process {os.getpid()}")
         self.umount(made)
+
+    def test_a_restore_needs_it_mounted_to_its_end(self):
+        made = self.made("ext4")
+        self.umount(made)
+        self.assert_code(self.tarnctl.json("restore", made["id"]), 4, "tarnctl mount")
+        again = self.mount(made)
+        process, _ = self.start_paused("spawn:/bin/umount:1", "--json", "restore", made["id"])
+        process.kill()
+        process.wait()
+        self.assert_code(self.tarnctl.json("umount", made["id"]), 5, "restore is not finished")
+        self.assert_mounted(again)
+        self.assert_code(self.tarnctl.json("restore", made["id"]), 0)
+        self.assertEqual(checksums(self.disk.point), self.content)
+        self.umount(made)
+        self.assert_at_rest()
 
     def test_unmounted_by_hand_or_after_a_reboot(self):
         made = self.made()
