@@ -1,104 +1,17 @@
 #include "host/transfer/export_document.h"
 
-#include <algorithm>
-#include <initializer_list>
-#include <stdexcept>
-
 #include "host/catalog/snapshot_id.h"
 #include "host/mounts/preflight.h"
 #include "host/report/report.h"
+#include "host/transfer/document_members.h"
 #include "host/transfer/strict_json.h"
 
 namespace tarnctl {
 namespace {
 
-constexpr std::size_t kLongestWord = 255;     // bytes of a host's name, a provider's, a type's
 constexpr std::size_t kLongestName = 4095;    // of a path
 constexpr std::size_t kLongestState = 65536;  // of a provider's text
 constexpr int kTextEncoding = 1;
-
-struct Refused : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-const Json& member(const Json& object, const std::string& key) {
-    const auto found = object.find(key);
-    if (found == object.end()) {
-        throw Refused("it lacks the member " + key);
-    }
-    return *found;
-}
-
-// An object with no other members than these; each may have its bytes beside it.
-const Json& objectWith(const Json& value, const std::string& what, std::initializer_list<std::string> known) {
-    if (!value.is_object()) {
-        throw Refused(what + " is no object");
-    }
-    for (const auto& [key, ignored] : value.items()) {
-        const bool isKnown = std::any_of(known.begin(), known.end(), [&key = key](const std::string& one) {
-            return key == one || key == one + "Bytes";
-        });
-        if (!isKnown) {
-            throw Refused(what + " has the unknown member " + key);
-        }
-    }
-    return value;
-}
-
-// A text, or bytes in both forms; the two forms must say the same.
-std::string bytesAt(const Json& object, const std::string& key, std::size_t longest) {
-    const Json& plain = member(object, key);
-    const std::optional<std::string> bytes = getBytes(object, key);
-    if (!plain.is_string() || !bytes) {
-        throw Refused("its member " + key + " is no text");
-    }
-    if (bytes->size() > longest || bytes->find('\0') != std::string::npos) {
-        throw Refused("its member " + key + " is too long or holds a NUL");
-    }
-    Json again;
-    putBytes(again, key, *bytes);
-    again = Json::parse(jsonText(again));
-    const bool isSame = again.contains(key + "Bytes") == object.contains(key + "Bytes") && again.at(key) == plain;
-    if (!isSame) {
-        throw Refused("its members " + key + " and " + key + "Bytes do not say the same");
-    }
-    return *bytes;
-}
-
-std::string textAt(const Json& object, const std::string& key, std::size_t longest = kLongestWord) {
-    if (object.contains(key + "Bytes")) {
-        throw Refused("its member " + key + " is no text");
-    }
-    return bytesAt(object, key, longest);
-}
-
-std::string wordAt(const Json& object, const std::string& key, std::string_view further) {
-    const std::string word = textAt(object, key);
-    const auto isFit = [&](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || further.find(c) != std::string_view::npos;
-    };
-    if (!std::all_of(word.begin(), word.end(), isFit)) {
-        throw Refused("its member " + key + " holds a character that does not belong there");
-    }
-    return word;
-}
-
-std::int64_t countAt(const Json& object, const std::string& key) {
-    const Json& value = member(object, key);
-    if (!value.is_number_integer() || (value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX) ||
-        value.get<std::int64_t>() < 0) {
-        throw Refused("its member " + key + " is no count");
-    }
-    return value.get<std::int64_t>();
-}
-
-bool flagAt(const Json& object, const std::string& key) {
-    const Json& value = member(object, key);
-    if (!value.is_boolean()) {
-        throw Refused("its member " + key + " is neither true nor false");
-    }
-    return value.get<bool>();
-}
 
 void checkFormat(const Json& object) {
     if (textAt(object, "format") != kExportFormat) {
