@@ -1,9 +1,12 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <span>
+#include <string_view>
 
 #include "host/report/system_failure.h"
 #include "host/road/interruption.h"
@@ -30,6 +33,24 @@ void addOptions(CLI::App& app, Settings& settings) {
         ->check(CLI::Range(100, 60'000))
         ->capture_default_str();
     app.set_version_flag("--version", std::string("tarnctl ") + TARNFI_VERSION);
+}
+
+bool asksForJson(std::span<char*> words) {
+    const auto end = std::find(words.begin(), words.end(), std::string_view("--"));
+    return std::find(words.begin(), end, std::string_view("--json")) != end;
+}
+
+// The exit status. Help and version are no errors.
+int answerToUnreadable(const CLI::App& app, const CLI::ParseError& error, bool isJson) {
+    if (error.get_exit_code() == 0) {
+        return app.exit(error);
+    }
+    if (isJson) {
+        printJson(failureJson({ExitCode::kUsage, "read the command line", {}, error.what()}));
+    } else {
+        app.exit(error);
+    }
+    return static_cast<int>(ExitCode::kUsage);
 }
 
 // A script that reads nothing must not take that for an answer.
@@ -62,7 +83,7 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::kUsage);
+        return answerToUnreadable(app, error, asksForJson({argv, static_cast<std::size_t>(argc)}));
     }
     if (settings.providerFolders.empty()) {
         settings.providerFolders = defaultProviderFolders();

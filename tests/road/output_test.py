@@ -110,8 +110,13 @@ class OutputTest(RoadCase):
             answer = self.tarnctl.run(*words)
             self.assertEqual(answer.code, 2, (words, answer))
             self.assertTrue(answer.err, words)
+            answer = self.tarnctl.json(*words)
+            self.assertEqual((answer.code, answer.json["exitCode"], answer.json["ok"]), (2, 2, False), (words, answer))
+            self.assertTrue(answer.json["cause"], words)
         for words in (["--help"], ["--version"], ["snapshot", "--help"]):
             self.assert_code(self.tarnctl.run(*words), 0)
+        answer = self.tarnctl.run("run", "/a", "--no-such", "--", "--json")  # that word is the command's
+        self.assertEqual((answer.code, answer.json), (2, None))
         self.assertRegex(self.tarnctl.run("--version").out, r"^tarnctl \d+\.\d+\.\d+\n$")
 
     def test_a_full_standard_output_is_no_success(self):
