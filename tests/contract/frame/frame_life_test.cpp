@@ -1,5 +1,6 @@
 // The life of a provider in the frame: what init wires, what fini takes apart and in which order, what outlives it.
 #include <algorithm>
+#include <stdexcept>
 
 #include "cfierrormanager.h"
 #include "cfimessagecatalog.h"
@@ -97,6 +98,15 @@ TEST_F(Frame, init_names_the_plug_in_and_registers_its_services) {
     EXPECT_EQ(Probe::instance().fimName, "fim");
     EXPECT_EQ(Probe::instance().messageIndexOffset, 6000);
     EXPECT_TRUE(Probe::instance().isWired);
+}
+
+TEST_F(Frame, an_exception_drops_the_references_of_the_entry_point) {
+    const auto plugin = one<ProbePlugin>();
+    const auto log = one<CFiTraceLog>();
+    Probe::instance().raises = true;
+    EXPECT_THROW(probe_fi_pgn_select(&splits_[0], session(), nullptr, 0), std::logic_error);
+    EXPECT_EQ(plugin->getCount(), 2) << "the singleton's and the test's";
+    EXPECT_EQ(log->getCount(), 2);
 }
 
 TEST(FrameNames, are_the_providers_in_all_three_forms) {

@@ -2,8 +2,10 @@
 // arguments.
 #include <gtest/gtest.h>
 
+#include <barrier>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cfierror.h"
@@ -45,6 +47,31 @@ TEST(Singleton, lives_until_its_last_reference_goes_and_comes_back_new) {
     EXPECT_EQ(Counted::alive, 1);
     EXPECT_FALSE(held == Single::instance(false));
     held.reset();
+    Single::instance(true);
+    EXPECT_EQ(Counted::alive, 0);
+}
+
+TEST(Singleton, threads_that_come_first_together_get_one_object) {
+    struct CrowdTag;
+    using Single = CFiContextSingleton<Counted, CrowdTag>;
+    constexpr size_t kThreads = 8;
+    std::barrier together(kThreads);
+    std::vector<CFiSmartPtr<Counted>> got(kThreads);
+    std::vector<std::thread> threads;
+    for (CFiSmartPtr<Counted>& mine : got) {
+        threads.emplace_back([&together, &mine] {
+            together.arrive_and_wait();
+            mine = Single::instance(false);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const CFiSmartPtr<Counted>& mine : got) {
+        EXPECT_TRUE(mine == got.front());
+    }
+    EXPECT_EQ(Counted::alive, 1);
+    got.clear();
     Single::instance(true);
     EXPECT_EQ(Counted::alive, 0);
 }
