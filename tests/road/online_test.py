@@ -129,6 +129,20 @@ class OnlineTest(DeviceCase):
         for options in ("loop", "ro,offset=4096", "bind", "remount", "X-mount.subdir=lost+found"):
             self.refuse(USAGE, "something else than this device", words=("--options", options))
 
+    def test_a_read_only_device_is_mounted_so_and_stays_as_it_is(self):
+        self.make("ext3")
+        subprocess.run(["losetup", "--detach", self.device], check=True)
+        self.device = self.attach(self.image, "--read-only")
+        self.online()
+        self.assertIn("ro", self.options())
+        made = self.tarnctl.json("snapshot", "--sync", self.point)
+        self.assert_code(made, 0)
+        self.delete(made.json)
+        self.assertLessEqual({"ro"}, self.options())
+        self.offline()
+        subprocess.run(["debugfs", "-w", "-R", "clri <8>", self.image], check=True, stderr=subprocess.DEVNULL)
+        self.refuse(FAILED, "also after a repair")
+
     def test_a_mount_point_that_cannot_be_made(self):
         self.make("ext3")
         self.refuse(FAILED, '"/proc/tarnfi-test" could not be made', point="/proc/tarnfi-test")

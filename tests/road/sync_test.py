@@ -2,6 +2,7 @@
 import contextlib
 import errno
 import os
+import signal
 
 import kernel
 from road_case import RoadCase, read, write
@@ -109,6 +110,17 @@ class SyncTest(RoadCase):
         self.assert_code(answer, FAILED, "no freeze")
         self.assertEqual((answer.json["undoing"], self.left_by_product(), self.known()), ([], [], []))
         self.assertEqual(self.options(disk), before)
+
+    def test_an_interruption_takes_it_back(self):
+        disk = self.room.disk("ext4")
+        before = self.options(disk)
+        for at in ("spawn:remount,sync:1", "spawn:remount,rw:1"):
+            process, go_on = self.start_paused(at, "--json", "snapshot", "--sync", disk.point)
+            os.killpg(process.pid, signal.SIGINT)
+            answer = go_on()
+            self.assert_code(answer, FAILED, "interrupted by")
+            self.assertEqual((answer.json["undoing"], self.left_by_product(), self.known()), ([], [], []))
+            self.assertEqual(self.options(disk), before)
 
     def test_what_somebody_else_has_frozen_is_told_and_stays_so(self):
         disk = self.room.disk("xfs")
