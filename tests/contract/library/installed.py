@@ -55,9 +55,12 @@ def starts(program, prefix):
 
 def main(cmake, build):
     with tempfile.TemporaryDirectory(prefix="tarnfi-installed-") as folder:
-        prefix = os.path.realpath(folder)
-        subprocess.run([cmake, "--install", build, "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
-        found = installed(prefix)
+        # Staged, so that no step of it reaches the system's folders.
+        root = os.path.realpath(folder)
+        prefix = root + "/opt/tarnfi"
+        subprocess.run([cmake, "--install", build, "--prefix", "/opt/tarnfi"], check=True, stdout=subprocess.DEVNULL,
+                       env={**os.environ, "DESTDIR": root})
+        found = installed(root)
         problems = [f"{name} is installed" for name in sorted(set(found) - set(SHIPPED))]
         problems += [f"{name} is not installed" for name in sorted(set(SHIPPED) - set(found))]
         is_hard = [binary.hardened(path) == 0 for _, path in sorted(found.items())]
