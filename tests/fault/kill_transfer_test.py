@@ -50,7 +50,8 @@ class KillTransferTest(FaultCase):
         self.assertIn("ro", kernel.mounts(below=alternate)[0].options)
 
     def assert_at_rest(self, copy):
-        self.assertEqual(self.left_by_product(), [f"there: {copy}"] if ".tarnfi-" in copy else [])
+        at_rest = [f"there: {copy}"] if ".tarnfi-" in copy else []
+        self.assertEqual(self.left_by_product(but=at_rest), at_rest)
         self.assertEqual(kernel.loop_devices(containing=copy), {})
 
     def sweep(self, name, points, round_of):

@@ -38,7 +38,8 @@ class ExportImportTest(RoadCase):
 
     def made(self, fs_type="xfs", options="", words=()):
         """A snapshot at rest, exported, its file carried over as cp does it."""
-        self.disk = self.room.disk(fs_type, options=options)
+        size = {} if fs_type == "xfs" else {"size": 32 << 20}  # small, because it is read whole again and again
+        self.disk = self.room.disk(fs_type, options=options, **size)
         for number in range(20):
             write(self.disk.at(f"folder/{number}"), os.urandom(30_000))
         self.content = checksums(self.disk.point)
@@ -63,7 +64,7 @@ class ExportImportTest(RoadCase):
         started = time.monotonic()
         answer = self.run_import(**how)
         self.assert_code(answer, code, *parts)
-        self.assertLess(time.monotonic() - started, 25, "it was tried, patiently")
+        self.assertLess(time.monotonic() - started, 80, "it was tried, patiently: with three pauses of 30 s")
         self.assertEqual(answer.json["undoing"], [], answer)
         self.assertEqual(self.imported(), [])
         self.assertEqual(kernel.loop_devices(containing=self.carried), {})

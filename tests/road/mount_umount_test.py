@@ -45,7 +45,8 @@ class MountUmountTest(RoadCase):
 
     def assert_at_rest(self):
         """Nothing but the snapshot's file is left."""
-        self.assertEqual(self.left_by_product(), [f"there: {self.copy}"])
+        at_rest = [f"there: {self.copy}"]
+        self.assertEqual(self.left_by_product(but=at_rest), at_rest)
         self.assertEqual(self.state(), [("unmounted", "")])
 
     def assert_mounted(self, made, content=None):
@@ -225,7 +226,7 @@ class MountUmountTest(RoadCase):
         subprocess.run(["mkfs.ext4", "-q", "-F", self.copy], check=True)
         started = time.monotonic()
         self.assert_code(self.tarnctl.json("mount", made["id"]), 6, "the snapshot is of")
-        self.assertLess(time.monotonic() - started, 20, "it tried to mount it, patiently")
+        self.assertLess(time.monotonic() - started, 80, "it was tried, patiently: with three pauses of 30 s")
         self.assert_at_rest()
 
     def test_unknown_and_gone_ones(self):
