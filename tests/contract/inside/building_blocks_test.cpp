@@ -6,6 +6,9 @@
 
 #include "bed/bed.h"
 #include "bed/layout.h"
+#include "cfierrormanager.h"
+#include "cfimessage.h"
+#include "cfisingleton.h"
 #include "format_option.h"
 #include "mount_table.h"
 #include "tarn_plugin.h"
@@ -327,6 +330,28 @@ TEST_F(BuildingBlocks, null_data_in_a_blob_changes_nothing_and_says_nothing) {
     EXPECT_EQ(data.setNodeState(&blob), 0);
     EXPECT_EQ(data.devName, "/dev/sdb1");
     expectDone({}, {});
+}
+
+TEST_F(BuildingBlocks, private_data_before_init_is_an_error_that_names_its_function) {
+    const auto errors = CFiContextSingleton<CFiErrorManager, FI_PLUGIN_NAME>::instance(false);
+    errors->clear();
+    zfi_domain node{};
+    node.objid = Bed::objid("/data");
+    zfi_blob blob{};
+    EXPECT_EQ(plugin_.processProviderState(&node, &blob, ZFI_STATE_SAVE), ZFI_ERR_FAILED);
+    const auto messages = errors->newestFirst();
+    errors->clear();
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0]->getMessageId(), "MSG_ERROR_UNHANDLED_FIERROR_EXCEPTION");
+    const auto& arguments = messages[0]->getArguments();
+    ASSERT_EQ(arguments.size(), 4U);
+    const char* const texts[] = {"no private data can be made before init.", "allocatePrivateData",
+                                 "providers/tarn/tarn_plugin"};
+    for (size_t i = 0; i < std::size(texts); ++i) {
+        std::string text;
+        arguments[i].getString().toUTF8String(text);
+        EXPECT_EQ(text, texts[i]);
+    }
 }
 
 }  // namespace
