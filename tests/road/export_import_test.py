@@ -189,6 +189,9 @@ class ExportImportTest(RoadCase):
         self.assert_refused_import(4, "loaded", document=self.edited(volume__provider="lvmfi"))
         self.assert_refused_import(1, document=self.edited(volume__state="no such state"))
         self.assert_refused_import(1, document=self.edited(fileSystem__state="x"))
+        told = self.other.run("import", self.edited(**{"\x1b[2J": 1}), "--device", self.carried)
+        self.assert_code(told, 6, "unknown member")
+        self.assertNotIn("\x1b", told.err, "a foreign document speaks to the terminal")
 
     def test_a_state_that_lies_about_files_harms_none(self):
         self.made("ext4")
@@ -203,6 +206,18 @@ class ExportImportTest(RoadCase):
             self.assert_code(self.other.json(verb, there.json["id"]), 0)
         self.assertEqual(read(victim), b"precious")
         self.assertTrue(os.path.exists(self.carried))
+
+    def test_a_file_that_was_imported_in_place_is_not_deleted_below_its_mount(self):
+        made = self.made("ext4")
+        there = self.run_import(device=self.copy)
+        self.assert_code(there, 0)
+        for verb in ("delete", "mount"):
+            self.assert_code(self.tarnctl.json(verb, made["id"]), 5)
+        self.assertEqual(self.known()[0]["state"], "unmounted")
+        self.assertEqual(checksums(there.json["alternate"]), self.content)
+        self.assertTrue(os.path.exists(self.copy))
+        self.assert_code(self.other.run("delete", there.json["id"]), 0)
+        self.delete(made)
 
     def test_devices_that_are_not_the_snapshot(self):
         made = self.made("ext4")
