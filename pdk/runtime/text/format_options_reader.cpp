@@ -11,6 +11,8 @@
 #include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include "text/parser_memory.h"
+
 namespace znfi_runtime {
 namespace {
 
@@ -68,7 +70,7 @@ class OptionHandler : public xercesc::DefaultHandler {
 // XML. A handler is not told of a declaration that is empty.
 class Reader : public xercesc::SAX2XMLReaderImpl {
   public:
-    explicit Reader(OptionHandler& handler) {
+    Reader(OptionHandler& handler, xercesc::MemoryManager& memory) : SAX2XMLReaderImpl(&memory) {
         setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
         setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
         setFeature(xercesc::XMLUni::fgXercesSchema, false);
@@ -102,10 +104,11 @@ std::map<std::string, CFiFormatOption> readFormatOptions(std::string_view text) 
         throw std::bad_alloc();
     }
     try {
+        ParserMemory memory;
         OptionHandler handler;
-        Reader reader(handler);
+        Reader reader(handler, memory);
         const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
-                                                "format options");
+                                                "format options", false, &memory);
         reader.parse(source);
         return std::move(handler.options);
     } catch (const std::bad_alloc&) {

@@ -71,7 +71,7 @@ char** CFiStringTool::tstrduplist(const std::vector<zfi_tstring>& texts) {
     char* copy = static_cast<char*>(block) + pointers;
     for (size_t i = 0; i < texts.size(); ++i) {
         list[i] = copy;
-        std::memcpy(copy, texts[i].c_str(), texts[i].length());
+        std::copy_n(texts[i].c_str(), texts[i].length(), copy);  // an empty one may have no characters at all
         copy[texts[i].length()] = '\0';
         copy += texts[i].length() + 1;
     }
