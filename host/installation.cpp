@@ -43,4 +43,16 @@ Result<Catalog*> Installation::catalog() {
     return &*catalog_;
 }
 
+Result<Opened> Installation::open() {
+    auto loaded = providers();
+    if (!loaded) {
+        return loaded.failure();
+    }
+    auto opened = catalog();
+    if (!opened) {
+        return opened.failure();
+    }
+    return Opened{**loaded, **opened};
+}
+
 }  // namespace tarnctl

@@ -26,6 +26,12 @@ struct Settings {
 
 using Providers = std::vector<std::unique_ptr<Provider>>;
 
+// What most verbs work with. Borrowed from the installation.
+struct Opened {
+    Providers& providers;
+    Catalog& catalog;
+};
+
 class Installation {
   public:
     explicit Installation(Settings settings) : settings_(std::move(settings)) {}
@@ -35,6 +41,8 @@ class Installation {
     Result<Providers*> providers();
     // Opens it on the first call.
     Result<Catalog*> catalog();
+    // Both. Where a provider cannot be loaded, no catalog is made.
+    Result<Opened> open();
 
   private:
     Settings settings_;

@@ -38,15 +38,11 @@ int remove(Installation& installation, const std::string& id) {
 }  // namespace
 
 Status deleteSnapshot(Installation& installation, const std::string& id) {
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return catalog.failure();
+    auto opened = installation.open();
+    if (!opened) {
+        return opened.failure();
     }
-    auto providers = installation.providers();
-    if (!providers) {
-        return providers.failure();
-    }
-    return UndoRoad(**providers, **catalog).undoAlone(id);
+    return UndoRoad(opened->providers, opened->catalog).undoAlone(id);
 }
 
 void addDelete(CLI::App& app, Verb& chosen) {

@@ -14,15 +14,11 @@ struct ExportRequest {
 };
 
 Result<std::string> exported(Installation& installation, const std::string& id) {
-    auto providers = installation.providers();
-    if (!providers) {
-        return providers.failure();
+    auto opened = installation.open();
+    if (!opened) {
+        return opened.failure();
     }
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return catalog.failure();
-    }
-    auto document = ExportRoad(**providers, **catalog).exportOf(id);
+    auto document = ExportRoad(opened->providers, opened->catalog).exportOf(id);
     return document ? Result<std::string>(textOf(*document)) : Result<std::string>(document.failure());
 }
 

@@ -21,15 +21,11 @@ Json formattedJson(const Formatted& formatted) {
 }
 
 int format(Installation& installation, const FormatRequest& request) {
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return answer(installation, catalog.failure());
+    auto opened = installation.open();
+    if (!opened) {
+        return answer(installation, opened.failure());
     }
-    auto providers = installation.providers();
-    if (!providers) {
-        return answer(installation, providers.failure());
-    }
-    auto formatted = FormatDevice(**providers, **catalog).format(request);
+    auto formatted = FormatDevice(opened->providers, opened->catalog).format(request);
     if (!formatted) {
         return answer(installation, formatted.failure());
     }

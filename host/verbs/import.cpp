@@ -14,15 +14,11 @@ struct Imported {
 };
 
 Result<Imported> imported(Installation& installation, const ImportRequest& request) {
-    auto providers = installation.providers();
-    if (!providers) {
-        return providers.failure();
+    auto opened = installation.open();
+    if (!opened) {
+        return opened.failure();
     }
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return catalog.failure();
-    }
-    ImportRoad road(**providers, **catalog);
+    ImportRoad road(opened->providers, opened->catalog);
     auto snapshot = road.import(request);
     return snapshot ? Result<Imported>(Imported{*snapshot, road.document()}) : Result<Imported>(snapshot.failure());
 }

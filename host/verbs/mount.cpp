@@ -14,15 +14,11 @@ struct MountRequest {
 };
 
 Result<MountedSnapshot> mounted(Installation& installation, const MountRequest& request) {
-    auto providers = installation.providers();
-    if (!providers) {
-        return providers.failure();
+    auto opened = installation.open();
+    if (!opened) {
+        return opened.failure();
     }
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return catalog.failure();
-    }
-    return MountRoad(**providers, **catalog).mount(request.id, request.name);
+    return MountRoad(opened->providers, opened->catalog).mount(request.id, request.name);
 }
 
 int mount(Installation& installation, const MountRequest& request) {

@@ -22,15 +22,11 @@ Json onlinedJson(const Onlined& onlined) {
 }
 
 int online(Installation& installation, const OnlineRequest& request) {
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return answer(installation, catalog.failure());
+    auto opened = installation.open();
+    if (!opened) {
+        return answer(installation, opened.failure());
     }
-    auto providers = installation.providers();
-    if (!providers) {
-        return answer(installation, providers.failure());
-    }
-    auto onlined = OnlineDevice(**providers, **catalog).online(request);
+    auto onlined = OnlineDevice(opened->providers, opened->catalog).online(request);
     if (!onlined) {
         return answer(installation, onlined.failure());
     }

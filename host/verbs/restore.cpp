@@ -27,15 +27,11 @@ std::string restoredText(const Restored& restored) {
 }
 
 int restore(Installation& installation, const RestoreRequest& request) {
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return answer(installation, catalog.failure());
+    auto opened = installation.open();
+    if (!opened) {
+        return answer(installation, opened.failure());
     }
-    auto providers = installation.providers();
-    if (!providers) {
-        return answer(installation, providers.failure());
-    }
-    auto restored = RestoreRoad(**providers, **catalog).restore(request);
+    auto restored = RestoreRoad(opened->providers, opened->catalog).restore(request);
     if (!restored) {
         return answer(installation, restored.failure());
     }

@@ -32,15 +32,11 @@ int snapshot(Installation& installation, const std::string& path, Caching cachin
 }  // namespace
 
 Result<Snapshot> makeSnapshot(Installation& installation, const std::string& path, Caching caching) {
-    auto providers = installation.providers();
-    if (!providers) {
-        return providers.failure();
+    auto opened = installation.open();
+    if (!opened) {
+        return opened.failure();
     }
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return catalog.failure();
-    }
-    return SnapshotRoad(installation.settings(), **providers, **catalog).make(path, caching);
+    return SnapshotRoad(installation.settings(), opened->providers, opened->catalog).make(path, caching);
 }
 
 void addSyncOption(CLI::App& verb, Caching& caching) {

@@ -8,15 +8,11 @@ namespace tarnctl {
 namespace {
 
 Status unmounted(Installation& installation, const std::string& id) {
-    auto providers = installation.providers();
-    if (!providers) {
-        return providers.failure();
+    auto opened = installation.open();
+    if (!opened) {
+        return opened.failure();
     }
-    auto catalog = installation.catalog();
-    if (!catalog) {
-        return catalog.failure();
-    }
-    return UmountRoad(**providers, **catalog).umount(id);
+    return UmountRoad(opened->providers, opened->catalog).umount(id);
 }
 
 int umount(Installation& installation, const std::string& id) {
