@@ -1,5 +1,6 @@
 # The objects define exactly the names on the list, and need nothing that is not the C library's.
 # cmake -DNM=nm -DLIST=z_strings.exports -DOBJECTS=a.o;b.o -P check_exports.cmake
+cmake_minimum_required(VERSION 3.25)
 file(STRINGS ${LIST} listed)
 execute_process(COMMAND ${NM} --extern-only --defined-only --format=posix ${OBJECTS} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "(^|\n)[A-Za-z_][A-Za-z0-9_]* [TDBRWVu] " lines "${symbols}")
@@ -15,3 +16,18 @@ list(SORT listed)
 if(NOT defined STREQUAL listed)
   message(FATAL_ERROR "the objects define\n  ${defined}\nthe list says\n  ${listed}")
 endif()
+
+# Those of the compiler's own run time (stack protector, fortified calls, sanitizers, counters) begin with two underscores.
+set(c_library asctime calloc ctime free gmtime localtime memcpy memset realloc strlen strnlen timegm vsnprintf vswprintf wcslen
+  wcsnlen wmemcpy wmemset)
+execute_process(COMMAND ${NM} --extern-only --undefined-only --format=posix ${OBJECTS} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "(^|\n)[A-Za-z_][A-Za-z0-9_]* U" lines "${symbols}")
+if(NOT lines)
+  message(FATAL_ERROR "the objects need nothing at all: that cannot be")
+endif()
+foreach(line ${lines})
+  string(REGEX REPLACE "^\n?([^ ]+) .*" "\\1" name "${line}")
+  if(NOT name IN_LIST c_library AND NOT name IN_LIST listed AND NOT name MATCHES "^(__|_GLOBAL_OFFSET_TABLE_$)")
+    message(FATAL_ERROR "the objects need ${name}, which is not the C library's")
+  endif()
+endforeach()

@@ -153,6 +153,23 @@ TEST_F(TimeTest, TimegmFindsTheWayBack) {
     }));
 }
 
+TEST_F(TimeTest, TimegmSetsRightWhatIsOutOfRange) {
+    EXPECT_TRUE(rc::check([] {
+        const std::time_t stamp = *stamps();
+        const int seconds = *rc::gen::inRange(-100000, 100000);
+        const int days = *rc::gen::inRange(-1000, 1000);
+        std::tm at = brokenDown(stamp);
+        at.tm_sec += seconds;
+        at.tm_mday += days;
+        at.tm_wday = -1;
+        at.tm_yday = -1;
+        GuardedMemory<std::tm> given({at});
+        const std::time_t expected = stamp + seconds + std::time_t{days} * 86400;
+        RC_ASSERT(Z_timegm(given.data()) == expected);
+        RC_ASSERT(same(*given.data(), brokenDown(expected)));
+    }));
+}
+
 TEST_F(TimeTest, AnyMomentReadsAsTheCalendarSays) {
     EXPECT_TRUE(rc::check([] {
         const std::time_t stamp = *stamps();

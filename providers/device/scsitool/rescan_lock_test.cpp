@@ -239,6 +239,30 @@ TEST_F(RescanLock, AWaitingOneTakesANewSetWhenItsOwnIsRemoved) {
     EXPECT_NE(existingSet(), set);
 }
 
+TEST_F(RescanLock, TheEndOfAProcessRemovesTheSetThatAnotherWaitsFor) {
+    Child ending(
+        [](const auto& say) {
+            sigset_t goOn;
+            sigemptyset(&goOn);
+            sigaddset(&goOn, SIGUSR1);
+            sigprocmask(SIG_BLOCK, &goOn, nullptr);
+            const int status = rescanAndSay(say);
+            int number = 0;
+            sigwait(&goOn, &number);
+            return status;
+        },
+        Child::End::kAsPrograms);
+    ASSERT_TRUE(ending.hasSaid(kLong));
+    const auto held = holder();
+    Child waiting(levelOneLines);
+    const int set = existingSet();
+    ASSERT_TRUE(somebodyWaits(set));
+    ending.signal(SIGUSR1);
+    EXPECT_EQ(ending.join(), 0);
+    EXPECT_EQ(waiting.join(), 1) << "it did not get the lock";
+    EXPECT_NE(existingSet(), set);
+}
+
 TEST_F(RescanLock, ThreeTimesASetThatVanishedIsWaitedForAgain) {
     ASSERT_EQ(take(semget(kKey, 1, IPC_CREAT | 0666)), 0);
     Child waiting(levelOneLines);
