@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <string>
 
 #include "mount_table.h"
 #include "tarn_plugin.h"
@@ -37,6 +38,35 @@ TEST(GetTime, IsDayMonthYearAndTimeOfDay) {
     const time_t told = mktime(&parsed);
     EXPECT_LE(before, told);
     EXPECT_LE(told, after);
+}
+
+// In every zone, so that some of the hours have one digit, whenever it runs.
+TEST(GetTime, IsPaddedWithZeros) {
+    const auto formatted = [] {
+        const time_t now = time(nullptr);
+        char text[16] = {};
+        strftime(text, sizeof(text), "%d%m%Y%H%M%S", localtime(&now));
+        return std::string(text);
+    };
+    const bool hadZone = getenv("TZ") != nullptr;
+    const std::string zoneBefore = hadZone ? getenv("TZ") : "";
+    for (int hours = -12; hours < 12; ++hours) {
+        setenv("TZ", ("TST" + std::to_string(hours)).c_str(), 1);
+        tzset();
+        std::string before;
+        std::string text;
+        do {
+            before = formatted();
+            text = makeCounted<CTARNPlugin>()->getTime();
+        } while (before != formatted());  // the second has changed meanwhile
+        EXPECT_EQ(text, before) << hours;
+    }
+    if (hadZone) {
+        setenv("TZ", zoneBefore.c_str(), 1);
+    } else {
+        unsetenv("TZ");
+    }
+    tzset();
 }
 
 TEST(PathBuffer, IsAnArrayOfOneCopy) {

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <chrono>
 #include <fstream>
 
@@ -88,6 +92,8 @@ TEST(FormatOptions, AnExternalEntityIsNeverRead) {
     const znfi_testing::TemporaryFolder folder;
     const std::string secret = folder / "secret";
     std::ofstream(secret) << "secret";
+    const int opened = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(opened, secret.c_str(), IN_OPEN), 0);
     for (const std::string& kind : {"SYSTEM \"file://" + secret + "\"", "PUBLIC \"p\" \"" + secret + "\""}) {
         EXPECT_EQ(valueIn("<!DOCTYPE FORMAT_OPTIONS [<!ENTITY e " + kind + ">]>" +
                               document(R"(<OPTION name="mkfsOptions">&e;</OPTION>)"),
@@ -95,6 +101,12 @@ TEST(FormatOptions, AnExternalEntityIsNeverRead) {
                   kUntouched);
         EXPECT_EQ(valueIn("<!DOCTYPE FORMAT_OPTIONS " + kind + ">" + document(kMkfs), "mkfsOptions"), kUntouched);
     }
+    std::array<char, 256> event{};
+    EXPECT_EQ(read(opened, event.data(), event.size()), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    std::ifstream{secret};
+    EXPECT_GT(read(opened, event.data(), event.size()), 0) << "an opening would not be seen here";
+    close(opened);
 }
 
 TEST(FormatOptions, EntitiesThatMultiplyAreRefusedAtOnce) {
