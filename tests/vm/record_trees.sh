@@ -1,23 +1,7 @@
 #!/bin/bash
-# Runs in the guest: makes the hosts of providers/device/scsitool/trees and records them, one file each in the results.
-source "$(dirname "$0")/guest.bash"
-set -eEu
-trap 'echo "line $LINENO: $BASH_COMMAND failed"' ERR
-here=$(dirname "$0")
+# Runs in the guest: makes hosts of providers/device/scsitool/trees and records them, one file each in the results.
+source "$(dirname "$0")/recording.bash"
 command -v iscsid >/dev/null || { echo "needs open-iscsi"; exit 77; }
-record() { "$here/record_tree.py" "$2" >"$results/$1.tree"; }
-
-# await COMMAND …: until it succeeds, half a minute at most.
-await() {
-    for _ in $(seq 300); do
-        ! "$@" || return 0
-        sleep 0.1
-    done
-    echo "never: $*"
-    return 1
-}
-# disks N: so many SCSI disks have their block devices.
-disks() { [ "$(ls -d /sys/class/scsi_device/*/device/block/*/queue 2>/dev/null | wc -l)" = "$1" ]; }
 
 record virtio "A guest whose only disk is a virtio block device: no SCSI host, no SCSI device."
 
@@ -32,34 +16,19 @@ record offline "Two disks of the kernel's SCSI test driver; the second was taken
 rmmod scsi_debug
 
 # A target of our own with two units on files; the second has a number of two digits.
-modprobe -a target_core_mod target_core_file iscsi_target_mod iscsi_tcp configfs
-[ -d /sys/kernel/config/target ] || mount -t configfs config /sys/kernel/config
-target=/sys/kernel/config/target
+start_target iscsi_target_mod iscsi_tcp
 portal_group=$target/iscsi/iqn.2026-01.test.tarnfi:disks/tpgt_1
-unit() { # NAME NUMBER
-    local store=$target/core/fileio_0/$1
-    mkdir -p "$store"
-    echo "fd_dev_name=/tmp/$1,fd_dev_size=1073741824" >"$store/control"
-    truncate -s 1G "/tmp/$1"
-    echo 1 >"$store/enable"
-    echo "tarnfi-$1" >"$store/wwn/vpd_unit_serial"
-    mkdir -p "$portal_group/lun/lun_$2"
-    ln -s "$store" "$portal_group/lun/lun_$2/$1"
-}
 mkdir -p "$portal_group"
-unit two 2
-unit ten 10
+store two
+show two "$portal_group" 2
+store ten
+show ten "$portal_group" 10
 ip addr add 192.0.2.1/32 dev lo
 ip addr add 192.0.2.2/32 dev lo
 mkdir -p "$portal_group/np/192.0.2.1:3260" "$portal_group/np/192.0.2.2:3260"
-for setting in authentication=0 generate_node_acls=1 demo_mode_write_protect=0; do
-    echo "${setting#*=}" >"$portal_group/attrib/${setting%=*}"
-done
-echo 1 >"$portal_group/enable"
+open_group "$portal_group"
 
-mkdir -p /run/lock/iscsi /etc/iscsi
-echo "InitiatorName=iqn.2026-01.test.tarnfi:guest" >/etc/iscsi/initiatorname.iscsi
-iscsid
+start_initiator
 login() { # ADDRESS
     iscsiadm -m discovery -t sendtargets -p "$1" >/dev/null
     for setting in node.session.timeo.replacement_timeout node.conn[0].timeo.noop_out_interval \

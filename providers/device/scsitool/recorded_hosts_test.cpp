@@ -53,6 +53,40 @@ TEST_F(RecordedHosts, AnIscsiSessionIsScannedAndItsUnitsAreListedByNumber) {
     EXPECT_NE(devices[0]->wwid, devices[1]->wwid);
 }
 
+TEST_F(RecordedHosts, FibreChannelPortsAreAllScannedAndBothPathsOfAUnitStay) {
+    const ModelledHost host("recorded/fibre_channel");
+    scriptDisk(host.node("sda")).blocks = 2097152;
+    scriptDisk(host.node("sdb")).blocks = 2097152;
+    CLinuxDeviceDiscovery discovery(host.sysfs(), host.devices());
+    const auto devices = discovery.rescan(true, true, false);
+    for (const char* port : {"host0", "host1", "host2", "host3"}) {
+        EXPECT_EQ(host.scanOf(port), "- - -") << port;
+    }
+    ASSERT_EQ(names(devices), (Names{"/dev/sda", "/dev/sdb"}));
+    EXPECT_NE(devices[0]->address.host, devices[1]->address.host);
+    EXPECT_EQ(devices[0]->wwid, devices[1]->wwid);
+    for (const CScsiDeviceData* device : devices) {
+        EXPECT_EQ(device->blockCount, 2097152U);
+        EXPECT_EQ(device->unanswered, "");
+        EXPECT_EQ(host.deleteOf(device->address.text()), "");
+    }
+    EXPECT_EQ(names(discovery.listDevicesByName("/dev/dm-0")), (Names{"/dev/sda", "/dev/sdb"}));
+}
+
+// Nor does the record of a path that stands by differ from the other's.
+TEST_F(RecordedHosts, APathThatStandsByStays) {
+    const ModelledHost host("recorded/iscsi_ghost_path");
+    scriptDisk(host.node("sda"));
+    scriptDisk(host.node("sdb")).capacitySense = ScriptedDisk::Sense{0x02, 0x04, 0x0B};
+    CLinuxDeviceDiscovery discovery(host.sysfs(), host.devices());
+    const auto devices = discovery.rescan(true, true, false);
+    ASSERT_EQ(names(devices), (Names{"/dev/sda", "/dev/sdb"}));
+    EXPECT_EQ(devices[0]->wwid, devices[1]->wwid);
+    EXPECT_EQ(devices[1]->state, "running");
+    EXPECT_EQ(devices[1]->blockCount, 2097152U);
+    EXPECT_EQ(host.deleteOf(devices[1]->address.text()), "");
+}
+
 // The kernel's record of a withdrawn unit is that of a good one: only its answer tells.
 TEST_F(RecordedHosts, AWithdrawnUnitIsRemovedWhenItSaysSo) {
     const ModelledHost host("recorded/iscsi_stale_unit");
