@@ -81,13 +81,28 @@ void fuzzFormat(Input& input) {
     require(written == static_cast<int>(std::min(whole.size(), size - 1)));
 }
 
+// The destination may be its own argument, and lies at the end of what may be touched.
+void fuzzWideFormat(Input& input) {
+    const std::size_t size = 1 + input.byte() % 64U;
+    auto text = input.memory<wchar_t>(64);
+    text.back() = L'\0';
+    const std::wstring whole = L"<" + std::wstring(text.data()) + L">";
+    std::vector<wchar_t> dst(size, L'.');
+    const int written = Z_snwprintf(dst.data(), size, L"<%ls>", text.data());
+    require(std::wstring(dst.data()) == whole.substr(0, size - 1));
+    require(written == (whole.size() < size ? static_cast<int>(whole.size()) : -1));
+    const std::wstring once = L"<" + std::wstring(dst.data()) + L">";
+    Z_snwprintf(dst.data(), size, L"<%ls>", dst.data());
+    require(std::wstring(dst.data()) == once.substr(0, size - 1));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Input input(data, size);
     const std::uint8_t call = input.byte();
     const std::size_t n = input.byte() % 80;
-    switch (call % 9) {
+    switch (call % 10) {
         case 0:
             fuzzOne<char>(input, Z_strlcpy, Z_strverify);
             break;
@@ -116,8 +131,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             fuzzOne<wchar_t>(
                 input, [n](auto* d, auto* s, auto z) { return Z_wcslncat(d, s, n, z); }, Z_wstrverify);
             break;
-        default:
+        case 8:
             fuzzFormat(input);
+            break;
+        default:
+            fuzzWideFormat(input);
             break;
     }
     return 0;
