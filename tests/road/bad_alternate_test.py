@@ -1,9 +1,10 @@
 """Alternate names that somebody could have prepared."""
 import os
 
+import kernel
 from road_case import RoadCase, read, write
 
-UNSUPPORTED = 6
+BUSY, UNSUPPORTED = 5, 6
 
 
 class BadAlternateTest(RoadCase):
@@ -55,3 +56,23 @@ class BadAlternateTest(RoadCase):
         self.assert_code(self.tarnctl.json("snapshot", disk.point), UNSUPPORTED, "no directory")
         self.assertEqual(read(disk.point + "_alt"), b"content")
         os.unlink(disk.point + "_alt")
+
+    def test_ninety_names_that_are_taken(self):
+        """The provider would go on counting without end."""
+        disk = self.room.disk("ext4")
+        names = [disk.point + "_alt"] + [f"{disk.point}_alt{number}" for number in range(89)]
+        for name in names:
+            os.mkdir(name)
+            kernel.mount("none", name, "tmpfs")
+        answer = self.tarnctl.json("snapshot", disk.point)
+        self.assert_code(answer, BUSY, "90 snapshots of this file system are mounted already")
+        self.assertEqual((answer.json["undoing"], self.known()), ([], []))
+        kernel.umount(names[-1])
+        made = self.snapshot(disk)
+        self.assertEqual(made["alternate"], names[-1])
+        self.delete(made)
+        for name in names[:-1]:
+            kernel.umount(name)
+        for name in names:
+            if os.path.exists(name):
+                os.rmdir(name)

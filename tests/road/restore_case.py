@@ -87,15 +87,19 @@ class RestoreCase(RoadCase):
         with contextlib.closing(sqlite3.connect(self.tarnctl.catalog)) as catalog, catalog:
             catalog.execute(f"UPDATE snapshots SET {column} = ? WHERE id = ?", (value, self.made["id"]))
 
-    def provide_fuser(self):
-        """/sbin/fuser, where the machine has it elsewhere, for the time of the test."""
-        if os.access("/sbin/fuser", os.X_OK):
+    def provide_fuser(self, script=None):
+        """/sbin/fuser, where the machine has it elsewhere, for the time of the test; or this script in its place."""
+        if script is None and os.access("/sbin/fuser", os.X_OK):
             return
         if not os.access("/usr/bin/fuser", os.X_OK):
             self.skipTest("needs fuser")
         folder = self.room.at("sbin")
         os.mkdir(folder)
-        os.symlink("/usr/bin/fuser", os.path.join(folder, "fuser"))
+        if script is None:
+            os.symlink("/usr/bin/fuser", os.path.join(folder, "fuser"))
+        else:
+            write(os.path.join(folder, "fuser"), script.encode())
+            os.chmod(os.path.join(folder, "fuser"), 0o755)
         real = os.path.realpath("/sbin")
         kernel.mount("none", real, "overlay", f"lowerdir={folder}:{real}")
         self.addCleanup(kernel.umount, real)

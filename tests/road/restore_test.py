@@ -108,6 +108,19 @@ class RestoreTest(RestoreCase):
         self.assertEqual(stubborn.wait(5), -signal.SIGKILL)
         self.assertIsNone(outside.poll())
 
+    def test_force_is_tried_again_until_the_users_are_gone(self):
+        """Twice its users have only been told to go when fuser is back, and the third time it finds nobody: the file
+        system is busy, or the command has failed, and neither is the end."""
+        self.prepare("ext4")
+        calls = self.room.at("calls")
+        self.provide_fuser(f'#!/bin/sh\necho "$@" >> {calls}\n'
+                           f'case $(wc -l < {calls}) in 1 | 2) exit 0;; 3) exit 1;; esac\nexec /usr/bin/fuser "$@"\n')
+        user = self.start("sleep", "600", cwd=self.disk.point)
+        self.assert_restored("--force")
+        self.assertIn(user.wait(5), (-signal.SIGTERM, -signal.SIGKILL))
+        signals = [line.split()[0] for line in read(calls).decode().splitlines()]
+        self.assertEqual(signals[:4], ["-15", "-9", "-15", "-15"])
+
     def test_force_without_users_ends_nobody(self):
         self.prepare("xfs")
         self.provide_fuser()
