@@ -1,21 +1,10 @@
 #include "host/restore/restore_steps.h"
 
-#include <stdexcept>
-
 #include "host/report/report.h"
+#include "host/road/step_data.h"
 
 namespace tarnctl {
 namespace {
-
-template <typename Undo, typename Read>
-Result<Undo> parse(const StepRecord& step, Read read) {
-    try {
-        return read(Json::parse(step.intent.undo));
-    } catch (const std::exception& error) {
-        return Failure{ExitCode::kFailed, "read the catalog", step.key.snapshot,
-                       "the data of its step " + step.intent.name + " cannot be read: " + error.what()};
-    }
-}
 
 std::string bytesOf(const Json& json, const std::string& key) {
     return getBytes(json, key).value();
@@ -46,7 +35,7 @@ StepIntent intentOf(const RestoreUndo& undo) {
 }
 
 Result<DisableUndo> disableUndoOf(const StepRecord& step) {
-    return parse<DisableUndo>(step, [](const Json& json) {
+    return readStepData<DisableUndo>(step, [](const Json& json) {
         return DisableUndo{json.at("provider").get<std::string>(),
                            bytesOf(json, "mountPoint"),
                            bytesOf(json, "device"),
@@ -59,7 +48,7 @@ Result<DisableUndo> disableUndoOf(const StepRecord& step) {
 }
 
 Result<RestoreUndo> restoreUndoOf(const StepRecord& step) {
-    return parse<RestoreUndo>(step, [](const Json& json) {
+    return readStepData<RestoreUndo>(step, [](const Json& json) {
         return RestoreUndo{json.at("provider").get<std::string>(), bytesOf(json, "device"),
                            bytesOf(json, "snapshotDevice"), bytesOf(json, "despite")};
     });

@@ -38,11 +38,7 @@ Status keepState(Catalog& catalog, std::int64_t row, Node& node) {
     return catalog.writeBlob(row, {*state + '\0', ZFI_BLOB_TEXT});
 }
 
-Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Catalog& catalog,
-                                           const std::string& snapshotId, NodeRole role) {
-    if (auto known = catalog.snapshot(snapshotId); !known) {
-        return known.failure();
-    }
+Result<NodeRecord> newestNode(const Catalog& catalog, const std::string& snapshotId, NodeRole role) {
     auto nodes = catalog.nodes(snapshotId);
     if (!nodes) {
         return nodes.failure();
@@ -52,6 +48,18 @@ Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Cat
     if (found == nodes->rend()) {
         return Failure{ExitCode::kNotFound, "find the recorded node", snapshotId,
                        "its record names no node for " + std::string(nameOf(role))};
+    }
+    return *found;
+}
+
+Result<std::unique_ptr<Node>> recordedNode(const Providers& providers, const Catalog& catalog,
+                                           const std::string& snapshotId, NodeRole role) {
+    if (auto known = catalog.snapshot(snapshotId); !known) {
+        return known.failure();
+    }
+    auto found = newestNode(catalog, snapshotId, role);
+    if (!found) {
+        return found.failure();
     }
     auto owner = providerNamed(providers, found->node.provider);
     if (!owner) {

@@ -22,6 +22,9 @@ Result<std::string> recordedState(const Catalog& catalog, const std::string& sna
 // Asks the provider for the node's state and writes it into its row.
 Status keepState(Catalog& catalog, std::int64_t row, Node& node);
 
+// The row of the newest node that the snapshot has in this role; kNotFound when there is none.
+Result<NodeRecord> newestNode(const Catalog& catalog, const std::string& snapshotId, NodeRole role);
+
 // The newest node that the snapshot has in this role, with its provider's state from the catalog. It is not initialised
 // by looking at the machine: what it knows is what was recorded. A node that was recorded without a state comes back
 // without private data (record()->privateData is null). kNotFound: no such snapshot, node or provider; else what the

@@ -2,22 +2,11 @@
 
 #include <sys/stat.h>
 
-#include <stdexcept>
-
 #include "host/report/report.h"
+#include "host/road/step_data.h"
 
 namespace tarnctl {
 namespace {
-
-template <typename Undo, typename Read>
-Result<Undo> parse(const StepRecord& step, Read read) {
-    try {
-        return read(Json::parse(step.intent.undo));
-    } catch (const std::exception& error) {
-        return Failure{ExitCode::kFailed, "read the catalog", step.key.snapshot,
-                       "the undo data of its step " + step.intent.name + " cannot be read: " + error.what()};
-    }
-}
 
 Json jsonOf(const Restrictions& restrictions) {
     return {{"nosuid", restrictions.noSuid}, {"nodev", restrictions.noDev}, {"noexec", restrictions.noExec}};
@@ -106,27 +95,27 @@ StepIntent intentOf(const char* name, const Superblock& superblock) {
 }
 
 Result<VolumeUndo> volumeUndoOf(const StepRecord& step) {
-    return parse<VolumeUndo>(step, [](const Json& json) {
+    return readStepData<VolumeUndo>(step, [](const Json& json) {
         return VolumeUndo{json.at("provider").get<std::string>(), getBytes(json, "device").value()};
     });
 }
 
 Result<FreezeUndo> freezeUndoOf(const StepRecord& step) {
-    return parse<FreezeUndo>(step, [](const Json& json) {
+    return readStepData<FreezeUndo>(step, [](const Json& json) {
         return FreezeUndo{getBytes(json, "mountPoint").value(), json.at("type").get<std::string>(),
                           json.at("fsDevice").get<std::uint64_t>()};
     });
 }
 
 Result<SyncUndo> syncUndoOf(const StepRecord& step) {
-    return parse<SyncUndo>(step, [](const Json& json) {
+    return readStepData<SyncUndo>(step, [](const Json& json) {
         return SyncUndo{json.at("provider").get<std::string>(), getBytes(json, "mountPoint").value(),
                         json.at("fsDevice").get<std::uint64_t>(), getBytes(json, "options").value()};
     });
 }
 
 Result<MountUndo> mountUndoOf(const StepRecord& step) {
-    return parse<MountUndo>(step, [](const Json& json) {
+    return readStepData<MountUndo>(step, [](const Json& json) {
         MountUndo undo{json.at("provider").get<std::string>(), getBytes(json, "origin").value(),
                        getBytes(json, "alternate").value(), getBytes(json, "snapshotDevice").value(), std::nullopt};
         if (auto restrictions = json.find("restrictions"); restrictions != json.end()) {
@@ -141,14 +130,14 @@ Result<MountUndo> mountUndoOf(const StepRecord& step) {
 }
 
 Result<AttachUndo> attachUndoOf(const StepRecord& step) {
-    return parse<AttachUndo>(step, [](const Json& json) {
+    return readStepData<AttachUndo>(step, [](const Json& json) {
         return AttachUndo{json.at("provider").get<std::string>(), getBytes(json, "node").value(),
                           json.at("reference").get<std::string>()};
     });
 }
 
 Result<ImportFacts> importFactsOf(const StepRecord& step) {
-    return parse<ImportFacts>(step, [](const Json& json) {
+    return readStepData<ImportFacts>(step, [](const Json& json) {
         return ImportFacts{json.at("id").get<std::string>(), getBytes(json, "host").value(),
                            getBytes(json, "file").value(), superblockFrom(json.at("superblock")),
                            restrictionsFrom(json.at("restrictions"))};
@@ -156,7 +145,7 @@ Result<ImportFacts> importFactsOf(const StepRecord& step) {
 }
 
 Result<Superblock> superblockOf(const StepRecord& step) {
-    return parse<Superblock>(step, [](const Json& json) { return superblockFrom(json); });
+    return readStepData<Superblock>(step, [](const Json& json) { return superblockFrom(json); });
 }
 
 }  // namespace tarnctl

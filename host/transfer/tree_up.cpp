@@ -6,6 +6,7 @@
 
 #include "host/mounts/mount_table.h"
 #include "host/road/interruption.h"
+#include "host/road/recorded_nodes.h"
 #include "host/transfer/superblock.h"
 #include "znfi.h"
 
@@ -18,20 +19,6 @@ constexpr const char* kMountIsTried =
 
 std::string nameIn(const znfi_objid* id) {
     return id == nullptr || id->name == nullptr ? "" : id->name;
-}
-
-Result<std::int64_t> rowOf(const Catalog& catalog, const std::string& snapshotId, NodeRole role) {
-    auto nodes = catalog.nodes(snapshotId);
-    if (!nodes) {
-        return nodes.failure();
-    }
-    const auto found =
-        std::find_if(nodes->rbegin(), nodes->rend(), [role](const NodeRecord& node) { return node.node.role == role; });
-    if (found == nodes->rend()) {
-        return Failure{ExitCode::kNotFound, "find the recorded node", snapshotId,
-                       "its record names no node for " + std::string(nameOf(role))};
-    }
-    return found->id;
 }
 
 }  // namespace
@@ -78,10 +65,12 @@ Status TreeUp::attach(const WayUp& way) {
     if (Status kept = keepState(way.snapshotId, NodeRole::kDevice, volume_); !kept) {
         return kept;
     }
-    auto parent = rowOf(catalog_, way.snapshotId, NodeRole::kDevice);
-    auto row = parent ? catalog_.addNode(way.snapshotId,
-                                         {NodeRole::kSnapshotDevice, volume_.provider().name(), device_, *parent})
-                      : parent;
+    auto parent = newestNode(catalog_, way.snapshotId, NodeRole::kDevice);
+    if (!parent) {
+        return parent.failure();
+    }
+    auto row =
+        catalog_.addNode(way.snapshotId, {NodeRole::kSnapshotDevice, volume_.provider().name(), device_, parent->id});
     return row ? catalog_.finish({*intended, StepOutcome::kDone, {}}) : Status(row.failure());
 }
 
@@ -152,12 +141,12 @@ Status TreeUp::initAlternate(const WayUp& way) {
     if (Status initialised = alternate.initAsAlternateOf(fileSystem_); !initialised) {
         return initialised;
     }
-    auto parent = rowOf(catalog_, way.snapshotId, NodeRole::kOrigin);
+    auto parent = newestNode(catalog_, way.snapshotId, NodeRole::kOrigin);
     if (!parent) {
         return parent.failure();
     }
     auto row = catalog_.addNode(way.snapshotId,
-                                {NodeRole::kAlternate, fileSystem_.provider().name(), way.alternate.name, *parent});
+                                {NodeRole::kAlternate, fileSystem_.provider().name(), way.alternate.name, parent->id});
     if (!row) {
         return row.failure();
     }
@@ -168,12 +157,11 @@ Status TreeUp::initAlternate(const WayUp& way) {
 }
 
 Status TreeUp::keepState(const std::string& snapshotId, NodeRole role, Node& node) {
-    auto row = rowOf(catalog_, snapshotId, role);
+    auto row = newestNode(catalog_, snapshotId, role);
     if (!row) {
         return row.failure();
     }
-    auto state = node.state();
-    return state ? catalog_.writeBlob(*row, {*state + '\0', ZFI_BLOB_TEXT}) : Status(state.failure());
+    return tarnctl::keepState(catalog_, row->id, node);
 }
 
 }  // namespace tarnctl
