@@ -21,12 +21,5 @@ for pair in 1 2; do
     done
 done
 await disks 2
-
-paths=
-for number in /sys/class/scsi_device/*/device/block/*/dev; do
-    paths+=" round-robin 0 1 1 $(cat "$number") 100"
-    size=$(cat "${number%dev}size")
-    wwid=$(cat "${number%/block/*}/wwid")
-done
-dmsetup create mpatha --noudevsync --uuid "mpath-3${wwid#naa.}" --table "0 $size multipath 0 0 2 1$paths"
+gather mpatha 0
 record fibre_channel "Fibre Channel: one unit over two ports, gathered into a multipath map; two ports of the target's own."

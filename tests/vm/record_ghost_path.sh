@@ -1,7 +1,7 @@
 #!/bin/bash
 # Runs in the guest: records a host with a path to a port of the target that stands by.
 source "$(dirname "$0")/recording.bash"
-start_target iscsi_target_mod iscsi_tcp scsi_dh_alua
+start_target iscsi_target_mod iscsi_tcp scsi_dh_alua dm-multipath
 store two
 ports=$target/core/fileio_0/two/alua/standby
 mkdir -p "$ports"
@@ -24,4 +24,8 @@ for number in 1 2; do
     iscsiadm -m node -p "192.0.2.$number" --login
     await disks "$number"
 done
-record iscsi_ghost_path "One unit over two iSCSI sessions, the second of them to a port of the target that stands by."
+# A path in its good state is the first group's: the map has no reason to wake the other one.
+gather mpatha "1 alua"
+states() { [ "$(cat /sys/class/scsi_device/*/device/access_state | xargs)" = "$*" ]; }
+await states active/optimized standby
+record iscsi_ghost_path "One unit over two iSCSI sessions, gathered into a multipath map; the second path stands by."

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """record_tree.py COMMENT: prints what the discovery of SCSI disks can see of this machine's /sys, in the form of
-providers/device/scsitool/trees. Runs in the guest, from record_trees.sh. Device numbers are left out: the nodes of a
+providers/device/scsitool/trees. Runs in the guest, from record_*.sh. Device numbers are left out: the nodes of a
 laid-out tree are plain files."""
 import os
 import sys
@@ -41,6 +41,9 @@ def units():
         folder = f"class/scsi_device/{address}/device"
         for name in _DEVICE_ATTRIBUTES:
             yield from attribute(f"{folder}/{name}")
+        if read(f"{folder}/access_state") is not None:  # a device handler is asked for it, where there is one
+            yield from attribute(f"{folder}/dh_state")
+            yield from attribute(f"{folder}/access_state")
         yield f"f {folder}/delete"
         for block in entries(f"{folder}/block"):
             yield from attribute(f"{folder}/block/{block}/size")

@@ -51,3 +51,16 @@ start_initiator() {
     echo "InitiatorName=iqn.2026-01.test.tarnfi:guest" >/etc/iscsi/initiatorname.iscsi
     iscsid
 }
+# gather NAME HANDLER: the disks, all paths of one unit, into a multipath map, each in a group of its own, the first one
+# first. HANDLER: the table's words for it.
+gather() {
+    command -v dmsetup >/dev/null || { echo "needs dmsetup"; exit 77; }
+    local paths= count=0 number size wwid
+    for number in /sys/class/scsi_device/*/device/block/*/dev; do
+        paths+=" round-robin 0 1 1 $(cat "$number") 1"
+        count=$((count + 1))
+        size=$(cat "${number%dev}size")
+        wwid=$(cat "${number%/block/*}/wwid")
+    done
+    dmsetup create "$1" --noudevsync --uuid "mpath-3${wwid#naa.}" --table "0 $size multipath 0 $2 $count 1$paths"
+}

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "linux_device_discovery.h"
 #include "modelled_host.h"
@@ -15,6 +16,7 @@ using Names = std::vector<std::string>;
 
 constexpr char kSecond[] = "0:0:0:2";
 constexpr char kTenth[] = "0:0:0:10";
+constexpr char kWwid[] = "naa.6001405af00000000000000000000000";  // of the unit that two paths lead to
 
 class RecordedHosts : public testing::Test {
   protected:
@@ -55,8 +57,8 @@ TEST_F(RecordedHosts, AnIscsiSessionIsScannedAndItsUnitsAreListedByNumber) {
 
 TEST_F(RecordedHosts, FibreChannelPortsAreAllScannedAndBothPathsOfAUnitStay) {
     const ModelledHost host("recorded/fibre_channel");
-    scriptDisk(host.node("sda")).blocks = 2097152;
-    scriptDisk(host.node("sdb")).blocks = 2097152;
+    scriptDisk(host.node("sda")).blocks = 6291456;
+    scriptDisk(host.node("sdb")).blocks = 6291456;
     CLinuxDeviceDiscovery discovery(host.sysfs(), host.devices());
     const auto devices = discovery.rescan(true, true, false);
     for (const char* port : {"host0", "host1", "host2", "host3"}) {
@@ -64,27 +66,39 @@ TEST_F(RecordedHosts, FibreChannelPortsAreAllScannedAndBothPathsOfAUnitStay) {
     }
     ASSERT_EQ(names(devices), (Names{"/dev/sda", "/dev/sdb"}));
     EXPECT_NE(devices[0]->address.host, devices[1]->address.host);
-    EXPECT_EQ(devices[0]->wwid, devices[1]->wwid);
     for (const CScsiDeviceData* device : devices) {
-        EXPECT_EQ(device->blockCount, 2097152U);
+        EXPECT_EQ(device->wwid, kWwid);
+        EXPECT_EQ(device->blockCount, 6291456U);
         EXPECT_EQ(device->unanswered, "");
         EXPECT_EQ(host.deleteOf(device->address.text()), "");
     }
     EXPECT_EQ(names(discovery.listDevicesByName("/dev/dm-0")), (Names{"/dev/sda", "/dev/sdb"}));
 }
 
-// Nor does the record of a path that stands by differ from the other's.
+// The kernel's target tells the capacity on a path that stands by, too; others refuse to.
 TEST_F(RecordedHosts, APathThatStandsByStays) {
-    const ModelledHost host("recorded/iscsi_ghost_path");
-    scriptDisk(host.node("sda"));
-    scriptDisk(host.node("sdb")).capacitySense = ScriptedDisk::Sense{0x02, 0x04, 0x0B};
-    CLinuxDeviceDiscovery discovery(host.sysfs(), host.devices());
-    const auto devices = discovery.rescan(true, true, false);
-    ASSERT_EQ(names(devices), (Names{"/dev/sda", "/dev/sdb"}));
-    EXPECT_EQ(devices[0]->wwid, devices[1]->wwid);
-    EXPECT_EQ(devices[1]->state, "running");
-    EXPECT_EQ(devices[1]->blockCount, 2097152U);
-    EXPECT_EQ(host.deleteOf(devices[1]->address.text()), "");
+    using Sense = std::optional<ScriptedDisk::Sense>;
+    for (const Sense& refusal : {Sense(), Sense({0x02, 0x04, 0x0B})}) {
+        const ModelledHost host("recorded/iscsi_ghost_path");
+        ASSERT_EQ(host.read("class/scsi_device/0:0:0:2/device/access_state"), "active/optimized\n");
+        ASSERT_EQ(host.read("class/scsi_device/1:0:0:2/device/access_state"), "standby\n");
+        scriptDisk(host.node("sda")).blocks = 6291456;
+        ScriptedDisk& standing = scriptDisk(host.node("sdb"));
+        standing.blocks = 6291456;
+        standing.capacitySense = refusal;
+        CLinuxDeviceDiscovery discovery(host.sysfs(), host.devices());
+        const auto devices = discovery.rescan(true, true, false);
+        ASSERT_EQ(names(devices), (Names{"/dev/sda", "/dev/sdb"}));
+        for (const CScsiDeviceData* device : devices) {
+            EXPECT_EQ(device->state, "running");
+            EXPECT_EQ(device->wwid, kWwid);
+            EXPECT_EQ(device->unanswered, "");
+            EXPECT_EQ(host.deleteOf(device->address.text()), "");
+        }
+        EXPECT_EQ(devices[0]->blockCount, 6291456U);
+        EXPECT_EQ(devices[1]->blockCount, refusal ? 2097152U : 6291456U) << "the kernel's record where it is refused";
+        EXPECT_EQ(names(discovery.listDevicesByName("/dev/dm-0")), (Names{"/dev/sda", "/dev/sdb"}));
+    }
 }
 
 // The kernel's record of a withdrawn unit is that of a good one: only its answer tells.
