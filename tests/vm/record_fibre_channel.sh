@@ -15,11 +15,10 @@ for pair in 1 2; do
     for_us=$group/acls/20:00:02:00:00:00:0a:0$pair/lun_2
     mkdir -p "$for_us"
     ln -s "$group/lun/lun_2" "$for_us/two"
-    for device in "its$pair" "ours$pair"; do
-        ip link set "$device" up
-        echo "$device" >/sys/module/libfcoe/parameters/create_vn2vn
-    done
+    # The kernel's driver may fall over a frame that comes while a port is being made: both are there before the wire.
+    for device in "its$pair" "ours$pair"; do echo "$device" >/sys/module/libfcoe/parameters/create_vn2vn; done
+    for device in "its$pair" "ours$pair"; do ip link set "$device" up; done
+    await disks "$pair"
 done
-await disks 2
 gather mpatha 0
 record fibre_channel "Fibre Channel: one unit over two ports, gathered into a multipath map; two ports of the target's own."
